@@ -1,0 +1,60 @@
+# Front door: installs what is missing, builds, runs. The build itself is CMake's (CMakePresets.json).
+
+BUILD_PACKAGES := g++ cmake ninja-build nlohmann-json3-dev libcli11-dev
+TEST_PACKAGES := libgtest-dev googletest
+WINDOWS_PACKAGES := g++-mingw-w64-x86-64-posix wine64 wine
+SANITIZE_PACKAGES := clang libclang-rt-14-dev llvm-14
+
+.PHONY: help demo test windows-test sanitize clang-test format tidy clean
+
+help:
+	@echo "make demo           build the demo and play one life of a part's references"
+	@echo "make test           build natively and run every test"
+	@echo "make windows-test   build for Windows and run every test under Wine"
+	@echo "make sanitize       run every test under address, leak and undefined-behaviour sanitizers"
+	@echo "make clang-test     build with clang++ and run every test"
+	@echo "make format         check the layout of the sources"
+	@echo "make tidy           run clang-tidy over changed sources"
+	@echo "make clean          remove the build folder"
+
+demo:
+	@scripts/need.sh $(BUILD_PACKAGES)
+	@cmake --preset demo >/dev/null
+	@cmake --build --preset demo -- --quiet
+	@build/demo/bin/ktmdl-demo samples/holder.step samples/holder-changed.step
+
+test:
+	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES)
+	cmake --preset dev
+	cmake --build --preset dev
+	ctest --preset dev --no-tests=error
+
+clang-test:
+	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES) clang
+	cmake --preset clang
+	cmake --build --preset clang
+	ctest --preset clang --no-tests=error
+
+windows-test:
+	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES) $(WINDOWS_PACKAGES)
+	cmake --preset mingw
+	cmake --build --preset mingw
+	scripts/wine-test.sh build/mingw
+
+sanitize:
+	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES) $(SANITIZE_PACKAGES)
+	cmake --preset asan-ubsan
+	cmake --build --preset asan-ubsan
+	ctest --preset asan-ubsan --no-tests=error
+
+format:
+	@scripts/need.sh clang-format
+	scripts/check-format.sh
+
+tidy:
+	@scripts/need.sh clang-tidy $(BUILD_PACKAGES) $(TEST_PACKAGES)
+	cmake --preset clang -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
+	scripts/check-tidy.sh build/clang
+
+clean:
+	rm -rf build

@@ -1,0 +1,8 @@
+# Warning flags of every target of this project; errors only for its developers (KT_STRICT).
+add_library(kt_warnings INTERFACE)
+target_compile_options(kt_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wdouble-promotion -Wcast-align -Wformat=2
+  $<$<CXX_COMPILER_ID:GNU>:-Wsuggest-override>
+  $<$<CXX_COMPILER_ID:Clang>:-Wdocumentation>
+  $<$<BOOL:${KT_STRICT}>:-Werror>)
