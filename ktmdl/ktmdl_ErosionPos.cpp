@@ -1,0 +1,65 @@
+#include "ktmdl/ktmdl_ErosionPos.h"
+
+#include "ktmdl/ktmdl_Record_detail.h"
+#include "ktstd/ktstd_Archive.h"
+#include "ktstd/ktstd_Schema.h"
+
+namespace {
+
+constexpr char kClassName[] = "ktmdl_ErosionPos";
+const ktstd_SchemaEntry schemaEntry(kClassName);
+
+} // namespace
+
+ktmdl_ErosionPos::ktmdl_ErosionPos(const ktmdl_Pnt3d& aPosition, const ktstd_Dim& aAngle)
+    : ktmdl_ErosionPos(aPosition.mX, aPosition.mY, aPosition.mZ, aAngle)
+{}
+
+ktmdl_ErosionPos::ktmdl_ErosionPos(double aX, double aY, double aZ, const ktstd_Dim& aAngle)
+{
+    SetPos(aX, aY, aZ);
+    mAngle.Copy(aAngle);
+}
+
+ktmdl_ErosionPos::~ktmdl_ErosionPos() = default;
+
+void ktmdl_ErosionPos::Copy(const ktmdl_ErosionPos& aOther)
+{
+    Set(aOther);
+}
+
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment,misc-unconventional-assign-operator): see
+// header
+void ktmdl_ErosionPos::operator=(const ktmdl_ErosionPos& aOther)
+{
+    Set(aOther);
+}
+
+void ktmdl_ErosionPos::Serialize(ktstd_Archive& aArchive)
+{
+    if (aArchive.IsStoring() != 0) {
+        mPosition.Serialize(aArchive);
+        aArchive << mAngle;
+    } else {
+        ktmdl_detail::CheckClassVersion(kClassName);
+        mPosition.Serialize(aArchive);
+        aArchive >> mAngle;
+    }
+    ktmdl_detail::EndOfClass(aArchive, kClassName);
+}
+
+void ktmdl_ErosionPos::Set(const ktmdl_ErosionPos& aOther)
+{
+    SetPos(aOther.mPosition);
+    mAngle.Copy(aOther.mAngle);
+}
+
+void ktmdl_ErosionPos::SetPos(const ktmdl_Pnt3d& aPosition) noexcept
+{
+    mPosition.Set(aPosition);
+}
+
+void ktmdl_ErosionPos::SetPos(double aX, double aY, double aZ) noexcept
+{
+    mPosition.Set(aX, aY, aZ);
+}

@@ -1,0 +1,284 @@
+#include "ktmdl/ktmdl_HostCall_detail.h"
+
+#include "ktstd/ktstd_ComTools.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace ktmdl_detail {
+namespace {
+
+//! No host member takes more arguments than this.
+constexpr std::size_t kMaxArgs = 8;
+
+VARIANT emptyVariant() noexcept
+{
+    VARIANT value;
+    VariantInit(&value);
+    return value;
+}
+
+//! Owns the texts of an EXCEPINFO.
+struct ExceptionInfo : EXCEPINFO
+{
+    ExceptionInfo() noexcept : EXCEPINFO() {}
+    ExceptionInfo(const ExceptionInfo&) = delete;
+    ExceptionInfo& operator=(const ExceptionInfo&) = delete;
+    ~ExceptionInfo()
+    {
+        SysFreeString(bstrSource);
+        SysFreeString(bstrDescription);
+        SysFreeString(bstrHelpFile);
+    }
+
+    [[nodiscard]] HRESULT code() const noexcept
+    {
+        if (scode != 0) {
+            return scode;
+        }
+        return wCode != 0 ? _com_error::WCodeToHRESULT(wCode) : DISP_E_EXCEPTION;
+    }
+};
+
+//! Turns what the host said about its exception into an error object; null when that fails.
+IErrorInfo* makeErrorInfo(const ExceptionInfo& aException) noexcept
+{
+    ICreateErrorInfo* pCreate = nullptr;
+    if (FAILED(CreateErrorInfo(&pCreate)) || pCreate == nullptr) {
+        return nullptr;
+    }
+    pCreate->SetGUID(IID_IDispatch);
+    pCreate->SetSource(aException.bstrSource);
+    pCreate->SetDescription(aException.bstrDescription);
+    pCreate->SetHelpFile(aException.bstrHelpFile);
+    pCreate->SetHelpContext(aException.dwHelpContext);
+    void* pInfo = nullptr;
+    const HRESULT hr = pCreate->QueryInterface(IID_IErrorInfo, &pInfo);
+    pCreate->Release();
+    return SUCCEEDED(hr) ? static_cast<IErrorInfo*>(pInfo) : nullptr;
+}
+
+//! Calls a member and raises what goes wrong.
+void invoke(IDispatch* aObject, DISPID aMember, WORD aKind, std::initializer_list<VARIANT> aArgs,
+            VARIANT* aResult)
+{
+    IErrorInfo* pInfo = nullptr;
+    const HRESULT hr = TryInvoke(aObject, aMember, aKind, aArgs, aResult, &pInfo);
+    if (FAILED(hr)) {
+        throw _com_error(hr, pInfo); // takes over the error object
+    }
+}
+
+void raiseIfFailed(HRESULT aCode)
+{
+    if (FAILED(aCode)) {
+        _com_issue_error(aCode);
+    }
+}
+
+} // namespace
+
+void HostArray::Destroy() noexcept
+{
+    if (mArray != nullptr) {
+        SafeArrayDestroy(mArray);
+        mArray = nullptr;
+    }
+}
+
+VARIANT HostArray::ByRef() noexcept
+{
+    VARIANT value = emptyVariant();
+    value.vt = static_cast<VARTYPE>(VT_BYREF | VT_ARRAY | mType);
+    value.pparray = &mArray;
+    return value;
+}
+
+HRESULT HostArray::GetTriple(long aSkip, double (&aOut)[3]) const noexcept
+{
+    if (mArray == nullptr) {
+        return E_POINTER;
+    }
+    VARTYPE type = VT_EMPTY;
+    if (FAILED(SafeArrayGetVartype(mArray, &type)) || type != VT_R8) {
+        return DISP_E_TYPEMISMATCH;
+    }
+    if (aSkip < 0 || ArrayLength(mArray) - 3 < aSkip) {
+        return DISP_E_BADINDEX;
+    }
+    void* pData = nullptr;
+    const HRESULT hr = SafeArrayAccessData(mArray, &pData);
+    if (SUCCEEDED(hr)) {
+        std::copy_n(static_cast<const double*>(pData) + aSkip, 3, aOut);
+        SafeArrayUnaccessData(mArray);
+    }
+    return hr;
+}
+
+long ArrayLength(SAFEARRAY* aArray) noexcept
+{
+    LONG lower = 0;
+    LONG upper = -1;
+    if (aArray == nullptr || SafeArrayGetDim(aArray) != 1 ||
+        FAILED(SafeArrayGetLBound(aArray, 1, &lower)) ||
+        FAILED(SafeArrayGetUBound(aArray, 1, &upper))) {
+        return 0;
+    }
+    const long long length = static_cast<long long>(upper) - lower + 1;
+    return static_cast<long>(
+        std::clamp<long long>(length, 0, std::numeric_limits<LONG>::max()));
+}
+
+VARIANT In(LONG aValue) noexcept
+{
+    VARIANT value = emptyVariant();
+    value.vt = VT_I4;
+    value.lVal = aValue;
+    return value;
+}
+
+VARIANT In(double aValue) noexcept
+{
+    VARIANT value = emptyVariant();
+    value.vt = VT_R8;
+    value.dblVal = aValue;
+    return value;
+}
+
+VARIANT ByRef(LONG& aValue) noexcept
+{
+    VARIANT value = emptyVariant();
+    value.vt = VT_BYREF | VT_I4;
+    value.plVal = &aValue;
+    return value;
+}
+
+VARIANT ByRef(double& aValue) noexcept
+{
+    VARIANT value = emptyVariant();
+    value.vt = VT_BYREF | VT_R8;
+    value.pdblVal = &aValue;
+    return value;
+}
+
+VARIANT ByRef(VARIANT& aValue) noexcept
+{
+    VARIANT value = emptyVariant();
+    value.vt = VT_BYREF | VT_VARIANT;
+    value.pvarVal = &aValue;
+    return value;
+}
+
+VARIANT ByRef(IDispatch*& aValue) noexcept
+{
+    VARIANT value = emptyVariant();
+    value.vt = VT_BYREF | VT_DISPATCH;
+    value.ppdispVal = &aValue;
+    return value;
+}
+
+VARIANT Missing() noexcept
+{
+    VARIANT value = emptyVariant();
+    value.vt = VT_ERROR;
+    value.scode = DISP_E_PARAMNOTFOUND;
+    return value;
+}
+
+HRESULT TryInvoke(IDispatch* aObject, DISPID aMember, WORD aKind,
+                  std::initializer_list<VARIANT> aArgs, VARIANT* aResult, IErrorInfo** aInfo)
+{
+    if (aObject == nullptr) {
+        return E_POINTER;
+    }
+    if (aArgs.size() > kMaxArgs) {
+        return DISP_E_BADPARAMCOUNT;
+    }
+    std::array<VARIANT, kMaxArgs> reversed;
+    std::reverse_copy(aArgs.begin(), aArgs.end(), reversed.begin());
+    DISPPARAMS params{};
+    params.rgvarg = aArgs.size() != 0 ? reversed.data() : nullptr;
+    params.cArgs = static_cast<UINT>(aArgs.size());
+
+    ExceptionInfo exception;
+    UINT badArgument = 0;
+    const HRESULT hr = aObject->Invoke(aMember, IID_NULL, LOCALE_USER_DEFAULT, aKind, &params,
+                                       aResult, &exception, &badArgument);
+    if (hr != DISP_E_EXCEPTION) {
+        return hr;
+    }
+    if (exception.pfnDeferredFillIn != nullptr) {
+        exception.pfnDeferredFillIn(&exception);
+    }
+    if (aInfo != nullptr) {
+        *aInfo = makeErrorInfo(exception);
+    }
+    // An exception that carries a success code is still a failed call.
+    return FAILED(exception.code()) ? exception.code() : DISP_E_EXCEPTION;
+}
+
+void Call(IDispatch* aObject, DISPID aMember, std::initializer_list<VARIANT> aArgs)
+{
+    invoke(aObject, aMember, DISPATCH_METHOD, aArgs, nullptr);
+}
+
+IDispatchPtr FetchObject(IDispatch* aObject, DISPID aMember, WORD aKind,
+                       std::initializer_list<VARIANT> aArgs)
+{
+    _variant_t result;
+    invoke(aObject, aMember, aKind, aArgs, &result);
+    switch (result.vt) {
+    case VT_DISPATCH:
+        return IDispatchPtr(result.pdispVal);
+    case VT_UNKNOWN:
+        return IDispatchPtr(result.punkVal);
+    case VT_EMPTY:
+    case VT_NULL:
+        return IDispatchPtr();
+    default:
+        _com_issue_error(DISP_E_TYPEMISMATCH);
+        return IDispatchPtr();
+    }
+}
+
+LONG GetLong(IDispatch* aObject, DISPID aMember)
+{
+    _variant_t result;
+    invoke(aObject, aMember, DISPATCH_PROPERTYGET, {}, &result);
+    raiseIfFailed(VariantChangeType(&result, &result, 0, VT_I4));
+    return result.lVal;
+}
+
+VARIANT_BOOL GetBool(IDispatch* aObject, DISPID aMember)
+{
+    _variant_t result;
+    invoke(aObject, aMember, DISPATCH_PROPERTYGET, {}, &result);
+    switch (result.vt) {
+    case VT_BOOL:
+        return result.boolVal;
+    case VT_I2:
+        return result.iVal;
+    case VT_I4:
+        return static_cast<VARIANT_BOOL>(result.lVal);
+    default:
+        raiseIfFailed(VariantChangeType(&result, &result, 0, VT_BOOL));
+        return result.boolVal;
+    }
+}
+
+DISPID MemberId(IDispatch* aObject, const wchar_t* aName)
+{
+    long id = 0;
+    raiseIfFailed(static_cast<HRESULT>(ComGetIdFromName(aObject, aName, id)));
+    return static_cast<DISPID>(id);
+}
+
+bool IsSameComObject(const IDispatchPtr& aFirst, const IDispatchPtr& aSecond)
+{
+    const IUnknownPtr first(aFirst);
+    const IUnknownPtr second(aSecond);
+    return first.GetInterfacePtr() == second.GetInterfacePtr();
+}
+
+} // namespace ktmdl_detail

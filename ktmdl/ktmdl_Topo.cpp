@@ -1,0 +1,829 @@
+// One source for the whole class: log lines name the source file of the class that reports.
+
+#include "ktmdl/ktmdl_Topo.h"
+
+#include "ktmdl/ktmdl_Diag_detail.h"
+#include "ktmdl/ktmdl_Host.h"
+#include "ktmdl/ktmdl_HostCall_detail.h"
+#include "ktmdl/ktmdl_Record_detail.h"
+#include "ktmdl/ktmdl_TopoMap.h"
+#include "ktmdl/ktmdl_TopoSeq.h"
+#include "ktstd/ktstd_Archive.h"
+#include "ktstd/ktstd_ComTools.h"
+#include "ktstd/ktstd_Debug.h"
+#include "ktstd/ktstd_Schema.h"
+#include "ktstd/ktstd_Session.h"
+#include "ktmdl/ktmdl_FailureText_detail.h"
+#include "ktstd/ktstd_fail.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <limits>
+#include <memory>
+#include <vector>
+
+using ktmdl_detail::ByRef;
+using ktmdl_detail::Call;
+using ktmdl_detail::FetchObject;
+using ktmdl_detail::GetBool;
+using ktmdl_detail::GetLong;
+using ktmdl_detail::HostArray;
+using ktmdl_detail::In;
+using ktmdl_detail::IsSameComObject;
+using ktmdl_detail::MemberId;
+using ktmdl_detail::Missing;
+
+//! What differs between the lists of edges and of faces.
+struct ktmdl_Topo::ChildGroup
+{
+    const wchar_t* property;  //!< the host's collection
+    const char* pointerName;  //!< its name in log lines
+    int list;                 //!< element of mSubTopos
+    unsigned char type;       //!< tplType of the children
+    unsigned char countBit;   //!< change bit: number differs, or a child is new
+    unsigned char alteredBit; //!< change bit: a child's box differs
+
+    static const ChildGroup edges;
+    static const ChildGroup faces;
+};
+
+//! The lists that HasChanged fills for one group.
+struct ktmdl_Topo::ChangeLists
+{
+    Hnd_ktmdl_TopoHSeq& current;
+    Hnd_ktmdl_TopoHSeq& gone;
+    Hnd_ktmdl_TopoHSeq& fresh;
+    Hnd_ktmdl_TopoHSeq& altered;
+};
+
+namespace {
+
+constexpr char kClassName[] = "ktmdl_Topo";
+
+// Values of ktmdl_Topo::tplType.
+constexpr unsigned char kEdge = 2;
+constexpr unsigned char kFirstFaceLike = 3;
+constexpr unsigned char kFace = 5;
+constexpr unsigned char kFirstBodyLike = 6;
+constexpr unsigned char kLastType = 7;
+
+// Elements of ktmdl_Topo::mSubTopos.
+constexpr int kEdgeList = 0;
+constexpr int kFaceList = 1;
+
+bool isKnownType(unsigned char aType) { return aType >= 1 && aType <= kLastType; }
+bool isFaceLike(unsigned char aType) { return aType >= kFirstFaceLike && aType <= kFace; }
+bool isBodyLike(unsigned char aType) { return aType >= kFirstBodyLike && aType <= kLastType; }
+
+//! The registry of the process.
+ktmdl_TopoMap& registry()
+{
+    static ktmdl_TopoMap topos(1);
+    return topos;
+}
+
+// Makes the registry when the library is loaded, and so clears it when the library is unloaded.
+[[maybe_unused]] const ktmdl_TopoMap& registryAtLoad = registry();
+
+//! Lists the registered references, so that the registry may change while they are worked on.
+void listRegistered(ktmdl_TopoSeq& aTopos)
+{
+    for (ktmdl_MapIteratorOfTopoMap it(registry()); it.More(); it.Next()) {
+        aTopos.Append(it.Key());
+    }
+}
+
+//! Copies a key out of an array.
+//! @throws _com_error  the array does not hold that many bytes
+std::vector<unsigned char> keyBytes(long aSize, SAFEARRAY* aKey)
+{
+    // Memory only for what the array can hold; the copy refuses the rest before it writes. One
+    // byte is always there, so that a short array is not mistaken for a missing target.
+    const bool fits = aSize >= 0 && aSize <= ktmdl_detail::ArrayLength(aKey);
+    std::vector<unsigned char> bytes(fits ? static_cast<std::size_t>(aSize) + 1 : 1);
+    const long code = GetValuesFromSafeArray(aKey, aSize, bytes.data());
+    if (code < 0) {
+        _com_issue_error(static_cast<HRESULT>(code));
+    }
+    bytes.pop_back();
+    return bytes;
+}
+
+//! Asks a host object for its reference key.
+//! @param aKey  receives the key
+//! @return      the key's size in bytes, as the host says
+//! @throws _com_error  the object has no key or fails
+long referenceKey(IDispatch* aObject, HostArray& aKey)
+{
+    const DISPID member = MemberId(aObject, L"GetReferenceKey");
+    _variant_t size;
+    size.vt = VT_I4;
+    size.lVal = 0;
+    aKey.Destroy();
+    Call(aObject, member, {aKey.ByRef(), ByRef(size)});
+    if (size.vt != VT_I4) {
+        const HRESULT hr = VariantChangeType(&size, &size, 0, VT_I4);
+        if (FAILED(hr)) {
+            _com_issue_error(hr);
+        }
+    }
+    return size.lVal;
+}
+
+//! Reads a name of a document.
+//! @throws _com_error  the property can't be read (logged)
+void readName(const IDispatchPtr& aDocument, const wchar_t* aProperty, ktstd_AsciiString& aName)
+{
+    KTMDL_CHECK_RESULT(ComGetProperty(aDocument.GetInterfacePtr(), aProperty, aName));
+}
+
+//! Reads the full name of a document and lets the session adjust it.
+void readFullName(const IDispatchPtr& aDocument, const Hnd_ktstd_Session& aSession,
+                  ktstd_AsciiString& aName)
+{
+    const Hnd_ktstd_Session session = aSession; // adjusting may end the current session
+    readName(aDocument, L"FullName", aName);
+    session->AdjustDocumentName(aName);
+}
+
+//! Fills an empty name for DisconnectDocument and ReconnectDocument.
+void fillGivenName(const IDispatchPtr& aDocument, ktstd_AsciiString& aName)
+{
+    const Hnd_ktstd_Session& session = ktstd_Session::CurSession();
+    // On purpose: without a session the name stays empty, "Name" is not read here.
+    // Pinned by DisconnectWithoutSessionKeepsNameEmpty.
+    if (aName.IsEmpty() != 0 && session.IsNull() == 0) {
+        readFullName(aDocument, session, aName);
+    }
+}
+
+ktmdl_BBox3d defaultBox()
+{
+    // On purpose: what is compared with a cached box is the box of no object, the default box, so
+    // that every real cached box counts as changed. Pinned by RealBoxAlwaysCountsAsChanged.
+    return ktmdl_Topo::BuildBBox(IDispatchPtr());
+}
+
+Hnd_ktstd_Transient makeTopo() { return Hnd_ktmdl_Topo(new ktmdl_Topo()); }
+const ktstd_SchemaEntry schemaEntry(kClassName, 0, makeTopo);
+
+} // namespace
+
+KTSTD_DEFINE_TYPE(ktmdl_Topo, ktstd_TShared)
+
+const ktmdl_Topo::ChildGroup ktmdl_Topo::ChildGroup::edges{L"Edges", "pEdges", kEdgeList,
+                                                           kEdge,    2,        4};
+const ktmdl_Topo::ChildGroup ktmdl_Topo::ChildGroup::faces{L"Faces", "pFaces", kFaceList,
+                                                           kFace,    8,        16};
+
+// ---------------------------------------------------------------------------------------------
+// Keys and registry
+
+ktmdl_Topo::ktmdl_Topo() = default;
+
+ktmdl_Topo::ktmdl_Topo(long aSize, const unsigned char* aKey)
+{
+    if (aKey != nullptr) {
+        setKey(aSize, aKey);
+    }
+}
+
+ktmdl_Topo::ktmdl_Topo(long aSize, SAFEARRAY* aKey)
+{
+    if (aSize >= 1) {
+        setKey(aSize, keyBytes(aSize, aKey).data());
+    }
+}
+
+ktmdl_Topo::~ktmdl_Topo()
+{
+    delete[] mKey;
+}
+
+//! Replaces the key by a copy of the given bytes.
+void ktmdl_Topo::setKey(long aSize, const unsigned char* aKey)
+{
+    std::unique_ptr<unsigned char[]> copy;
+    if (aSize > 0) {
+        copy.reset(new unsigned char[static_cast<std::size_t>(aSize)]);
+        std::copy_n(aKey, aSize, copy.get());
+    }
+    delete[] mKey;
+    mKey = copy.release();
+    // On purpose: only the low 16 bits of the length are kept; the host's keys are far shorter.
+    // Pinned by LongKeyKeepsLowSixteenBitsOfItsLength.
+    mKeySize = static_cast<std::int16_t>(static_cast<std::uint16_t>(aSize));
+}
+
+Hnd_ktmdl_Topo ktmdl_Topo::New(long aSize, SAFEARRAY* aKey)
+{
+    unsigned char isNew = 0;
+    return New(aSize, aKey, isNew);
+}
+
+Hnd_ktmdl_Topo ktmdl_Topo::New(long aSize, SAFEARRAY* aKey, unsigned char& aIsNew)
+{
+    aIsNew = 0;
+    const std::vector<unsigned char> key = keyBytes(aSize, aKey);
+    Hnd_ktmdl_Topo topo = registry().FindByKey(aSize, key.data());
+    if (topo.IsNull() != 0) {
+        topo = Hnd_ktmdl_Topo(new ktmdl_Topo(aSize, key.data()));
+        registry().Add(topo);
+        aIsNew = 1;
+    }
+    return topo;
+}
+
+Hnd_ktmdl_Topo ktmdl_Topo::New(const IDispatchPtr& aObject)
+{
+    unsigned char isNew = 0;
+    return New(aObject, isNew);
+}
+
+Hnd_ktmdl_Topo ktmdl_Topo::New(const IDispatchPtr& aObject, unsigned char& aIsNew)
+{
+    aIsNew = 0;
+    HostArray key(VT_UI1);
+    const long size = referenceKey(aObject.GetInterfacePtr(), key);
+    const Hnd_ktmdl_Topo topo = New(size, key.Get(), aIsNew);
+    key.Destroy();
+    topo->mDispTopo = aObject;
+    return topo;
+}
+
+unsigned int ktmdl_Topo::HashKey(long aSize, const unsigned char* aKey) noexcept
+{
+    std::uint32_t hash = 0;
+    for (long i = 0; i < aSize; ++i) {
+        hash = hash * 5U + aKey[i];
+    }
+    return hash;
+}
+
+unsigned char ktmdl_Topo::IsEqual(long aSize, const unsigned char* aKey) const noexcept
+{
+    return mKeySize == aSize &&
+                   (aSize <= 0 || std::memcmp(mKey, aKey, static_cast<std::size_t>(aSize)) == 0)
+               ? 1
+               : 0;
+}
+
+unsigned char ktmdl_Topo::RemoveFromMap(const Hnd_ktmdl_Topo& aTopo)
+{
+    return registry().Remove(aTopo);
+}
+
+void ktmdl_Topo::ClearAllTopos()
+{
+    registry().Clear();
+}
+
+void ktmdl_Topo::ClearUnusedToposOnly()
+{
+    ktmdl_TopoSeq unused;
+    for (ktmdl_MapIteratorOfTopoMap it(registry()); it.More(); it.Next()) {
+        if (it.Key()->RefCount() == 1) {
+            unused.Append(it.Key());
+        }
+    }
+    for (long i = 1; i <= unused.Length(); ++i) {
+        registry().Remove(unused.Value(i));
+    }
+    unused.Clear();
+}
+
+void ktmdl_Topo::BindAllToposInMap()
+{
+    try {
+        ktmdl_TopoSeq topos;
+        listRegistered(topos);
+        for (long i = 1; i <= topos.Length(); ++i) {
+            topos.ChangeValue(i)->UpdateReferenceKey();
+        }
+    } catch (const _com_error& error) {
+        KTMDL_REPORT_CAUGHT(error, "ktmdl_Topo::BindAllToposInMap");
+    } catch (const Hnd_ktstd_fail_Failure& failure) {
+        KTMDL_REPORT_FAILURE(failure, "ktmdl_Topo::BindAllToposInMap");
+    }
+}
+
+void ktmdl_Topo::UpdateReferenceKey()
+{
+    if (mDispTopo == nullptr) {
+        return;
+    }
+    const Hnd_ktmdl_Topo self(this);
+    try {
+        HostArray array(VT_UI1);
+        const long size = referenceKey(mDispTopo.GetInterfacePtr(), array);
+        registry().Remove(self);
+        const std::vector<unsigned char> key = keyBytes(size, array.Get());
+        setKey(size, key.data());
+        // On purpose: whoever has this key already stays beside this reference; nothing is merged.
+        // Pinned by RefreshedKeyMayStandTwice.
+        registry().Add(self);
+    } catch (const _com_error& error) {
+        KTMDL_REPORT_CAUGHT(error, "ktmdl_Topo::UpdateReferenceKey");
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Documents
+
+//! Fills the document name from the document.
+//! @throws _com_error  the property can't be read (logged)
+void ktmdl_Topo::fillDocName()
+{
+    const Hnd_ktstd_Session& session = ktstd_Session::CurSession();
+    if (session.IsNull() != 0) {
+        readName(mDispDoc, L"Name", mDocName);
+    } else {
+        readFullName(mDispDoc, session, mDocName);
+    }
+}
+
+long ktmdl_Topo::UpdateDispatch()
+{
+    if (mDispDoc == nullptr) {
+        return -1;
+    }
+    if (mDocName.IsEmpty() != 0) {
+        fillDocName();
+    }
+    return mDocName.IsEmpty() != 0 ? -1 : UpdateDocDispatches(mDispDoc, mDocName);
+}
+
+long ktmdl_Topo::UpdateDocDispatches(const IDispatchPtr& aDocument, ktstd_AsciiString& aName)
+{
+    if (mDocName.IsEmpty() == 0) {
+        if (mDocName.IsDifferent(aName) != 0) {
+            return 0;
+        }
+    } else if (mDispDoc == nullptr) {
+        return 1;
+    } else if (!IsSameComObject(mDispDoc, aDocument)) {
+        return 0;
+    }
+    if (!isKnownType(tplType)) {
+        return -1;
+    }
+    const IDispatchPtr document = aDocument; // may be this reference's own
+    mDispDoc = document;
+    mDocName.Copy(aName);
+    try {
+        bindIn(document);
+    } catch (const _com_error& error) {
+        KTMDL_REPORT_CAUGHT(error, "ktmdl_Topo::UpdateDocDispatches");
+    }
+    return 0;
+}
+
+//! Asks a document for the live object behind the key.
+//! @throws _com_error  there is none; the reference is unbound then
+void ktmdl_Topo::bindIn(const IDispatchPtr& aDocument)
+{
+    HostArray key(VT_UI1);
+    KTMDL_CHECK_RESULT(PutValuesInSafeArray(mKeySize, mKey, key.Receive()));
+    long member = 0;
+    const long found = ComGetIdFromName(aDocument.GetInterfacePtr(), L"BindKeyToObject", member);
+    mDispTopo = nullptr;
+    if (found < 0) {
+        _com_issue_error(static_cast<HRESULT>(found));
+    }
+    IDispatch* pObject = nullptr;
+    IErrorInfo* pInfo = nullptr;
+    const HRESULT hr =
+        ktmdl_detail::TryInvoke(aDocument.GetInterfacePtr(), static_cast<DISPID>(member),
+                                DISPATCH_METHOD, {key.ByRef(), ByRef(pObject)}, nullptr, &pInfo);
+    IDispatchPtr pBound;
+    pBound.Attach(pObject);
+    key.Destroy();
+    ktmdl_detail::ComCheckResult(hr, pInfo, __FILE__, __LINE__);
+    mDispTopo = pBound;
+    KTMDL_CHECK_POINTER(mDispTopo, "mDispTopo");
+}
+
+long ktmdl_Topo::DisconnectDocument(const IDispatchPtr& aDocument, ktstd_AsciiString& aName)
+{
+    fillGivenName(aDocument, aName);
+    ktmdl_TopoSeq topos;
+    listRegistered(topos);
+    for (long i = 1; i <= topos.Length(); ++i) {
+        topos.ChangeValue(i)->disconnectFrom(aDocument, aName);
+    }
+    return 0;
+}
+
+void ktmdl_Topo::disconnectFrom(const IDispatchPtr& aDocument, const ktstd_AsciiString& aName)
+{
+    if (mDispTopo != nullptr) {
+        if (mDispDoc == nullptr || !isKnownType(tplType) ||
+            !IsSameComObject(mDispDoc, aDocument)) {
+            return;
+        }
+        mDispTopo = nullptr;
+    }
+    if (mDocName.IsEmpty() != 0) {
+        mDocName.Copy(aName);
+    }
+    // On purpose: an unbound reference loses its document whichever it was.
+    // Pinned by UnboundReferenceLosesAnyDocument.
+    mDispDoc = nullptr;
+}
+
+long ktmdl_Topo::ReconnectDocument(const IDispatchPtr& aDocument, ktstd_AsciiString& aName)
+{
+    fillGivenName(aDocument, aName);
+    ktmdl_TopoSeq topos;
+    listRegistered(topos);
+    for (long i = 1; i <= topos.Length(); ++i) {
+        topos.ChangeValue(i)->UpdateDocDispatches(aDocument, aName);
+    }
+    return 0;
+}
+
+long ktmdl_Topo::ConvertVersion(long /*aVersion*/) noexcept
+{
+    return 0;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Children
+
+namespace {
+
+IDispatchPtr itemOf(const IDispatchPtr& aCollection, LONG aIndex)
+{
+    return FetchObject(aCollection.GetInterfacePtr(), ktmdl_host::Collection::Item,
+                       DISPATCH_METHOD, {In(aIndex)});
+}
+
+LONG countOf(const IDispatchPtr& aCollection)
+{
+    return GetLong(aCollection.GetInterfacePtr(), ktmdl_host::Collection::Count);
+}
+
+} // namespace
+
+//! Reads a collection of the live object.
+//! @throws _com_error  it can't be read; E_POINTER (logged) when the host gives none
+IDispatchPtr ktmdl_Topo::childCollection(const ChildGroup& aGroup) const
+{
+    IDispatch* pTopo = mDispTopo.GetInterfacePtr();
+    IDispatchPtr pItems = FetchObject(pTopo, MemberId(pTopo, aGroup.property),
+                                      DISPATCH_PROPERTYGET, {In(ktmdl_host::igQueryAll)});
+    KTMDL_CHECK_POINTER(pItems, aGroup.pointerName);
+    return pItems;
+}
+
+//! Gives the reference of a child, bound to it and marked as a child of this reference.
+Hnd_ktmdl_Topo ktmdl_Topo::adoptChild(const ChildGroup& aGroup, const IDispatchPtr& aItem) const
+{
+    Hnd_ktmdl_Topo child = New(aItem);
+    child->tplType = aGroup.type;
+    child->mIsSubTopo = 1;
+    child->mDispDoc = mDispDoc;
+    return child;
+}
+
+Hnd_ktmdl_TopoHSeq ktmdl_Topo::buildChildren(const ChildGroup& aGroup) const
+{
+    const IDispatchPtr pItems = childCollection(aGroup);
+    const LONG count = countOf(pItems);
+    Hnd_ktmdl_TopoHSeq children(new ktmdl_TopoHSeq());
+    for (LONG i = 1; i <= count; ++i) {
+        const IDispatchPtr pItem = itemOf(pItems, i);
+        const Hnd_ktmdl_Topo child = adoptChild(aGroup, pItem);
+        child->mBBox = BuildBBox(pItem);
+        children->Append(child);
+    }
+    return children;
+}
+
+long ktmdl_Topo::BuildPersistentData()
+{
+    mBBox = BuildBBox(mDispTopo);
+    mSubTopos[kEdgeList].Nullify();
+    mSubTopos[kFaceList].Nullify();
+    if (!isKnownType(tplType)) {
+        return -1;
+    }
+    if (isBodyLike(tplType)) {
+        mSubTopos[kFaceList] = buildChildren(ChildGroup::faces);
+    }
+    if (isBodyLike(tplType) || isFaceLike(tplType)) {
+        mSubTopos[kEdgeList] = buildChildren(ChildGroup::edges);
+    }
+    return 0;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Geometry
+
+ktmdl_BBox3d ktmdl_Topo::BuildBBox(const IDispatchPtr& aObject)
+{
+    ktmdl_BBox3d box;
+    long member = 0;
+    if (aObject == nullptr ||
+        ComGetIdFromName(aObject.GetInterfacePtr(), L"GetExactRange", member) < 0) {
+        return box;
+    }
+    try {
+        HostArray low(VT_R8);
+        HostArray high(VT_R8);
+        Call(aObject.GetInterfacePtr(), static_cast<DISPID>(member), {low.ByRef(), high.ByRef()});
+        double min[3];
+        double max[3];
+        if (GetValuesFromSafeArray(low.Get(), 3, min) >= 0 &&
+            GetValuesFromSafeArray(high.Get(), 3, max) >= 0) {
+            box = ktmdl_BBox3d(ktmdl_Pnt3d(min), ktmdl_Pnt3d(max));
+        }
+    } catch (const _com_error& error) {
+        KTMDL_REPORT_CAUGHT(error, "ktmdl_Topo::BuildBBox");
+    }
+    return box;
+}
+
+namespace {
+
+//! Splits a face more and more finely until it has facets.
+//! @param aPoints  receives the facets' corners
+//! @return         number of facets; 0 or less when the face has none at any tolerance
+LONG facetsOf(const ktmdl_host::FacePtr& aFace, HostArray& aPoints)
+{
+    LONG count = 0;
+    double tolerance = 0.05;
+    do {
+        aPoints.Destroy();
+        Call(aFace.GetInterfacePtr(), ktmdl_host::Face::GetFacetData,
+             {In(tolerance), ByRef(count), aPoints.ByRef(), Missing(), Missing()});
+        tolerance /= 10.0;
+    } while (count == 0 && tolerance > 1e-06);
+    return count;
+}
+
+//! Gives the outward normal of a face at a point of it, as the host has it.
+void normalAt(const ktmdl_host::FacePtr& aFace, const double (&aPoint)[3], double (&aNormal)[3])
+{
+    HostArray points(VT_R8);
+    KTMDL_CHECK_RESULT(PutValuesInSafeArray(3, aPoint, points.Receive()));
+    HostArray guesses(VT_R8);
+    HostArray deviations(VT_R8);
+    HostArray params(VT_R8);
+    HostArray flags(VT_I4);
+    Call(aFace.GetInterfacePtr(), ktmdl_host::Face::GetParamAtPoint,
+         {In(LONG{1}), points.ByRef(), guesses.ByRef(), deviations.ByRef(), params.ByRef(),
+          flags.ByRef()});
+    HostArray normals(VT_R8);
+    Call(aFace.GetInterfacePtr(), ktmdl_host::Face::GetNormal,
+         {In(LONG{1}), params.ByRef(), normals.ByRef()});
+    KTMDL_CHECK_RESULT(GetValuesFromSafeArray(normals.Get(), 3, aNormal));
+}
+
+} // namespace
+
+ktmdl_Vec3d ktmdl_Topo::BuildNormal() const
+{
+    ktmdl_Vec3d normal;
+    try {
+        const ktmdl_host::FacePtr pFace(mDispTopo);
+        KTMDL_CHECK_POINTER(pFace, "pFace");
+        HostArray points(VT_R8);
+        const LONG count = facetsOf(pFace, points);
+        if (count < 1) {
+            return normal;
+        }
+        // On purpose: a corner a little past the middle, away from the face's first facets.
+        // Pinned by NormalIsTakenPastTheMiddleOfTheFacets.
+        const long skip = count > 1 ? 3 * static_cast<long>(0.55 * count) : 0;
+        double point[3];
+        KTMDL_CHECK_RESULT(points.GetTriple(skip, point));
+        double direction[3];
+        normalAt(pFace, point, direction);
+        normal.Set(direction[0], direction[1], direction[2]);
+        normal.Normalize();
+    } catch (const _com_error& error) {
+        KTMDL_REPORT_CAUGHT(error, "ktmdl_Topo::BuildNormal");
+    } catch (const Hnd_ktstd_fail_DivideByZero& failure) {
+        KTMDL_REPORT_FAILURE(failure, "ktmdl_Topo::BuildNormal");
+    }
+    return normal;
+}
+
+unsigned char ktmdl_Topo::IsClosed() const
+{
+    if (tplType != kEdge) {
+        return 0;
+    }
+    try {
+        const ktmdl_host::EdgePtr pE(mDispTopo);
+        KTMDL_CHECK_POINTER(pE, "pE");
+        // On purpose: closed is VARIANT_TRUE only, any other value counts as open.
+        // Pinned by ClosedIsVariantTrueOnly.
+        return GetBool(pE.GetInterfacePtr(), ktmdl_host::Edge::IsClosed) == VARIANT_TRUE ? 1 : 0;
+    } catch (const _com_error& error) {
+        KTMDL_REPORT_CAUGHT(error, "ktmdl_Topo::IsClosed");
+    }
+    return 0;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Changes
+
+unsigned char ktmdl_Topo::HasChanged(unsigned char aQuick, ktmdl_BBox3d& aBox,
+                                     Hnd_ktmdl_TopoHSeq& aEdges, Hnd_ktmdl_TopoHSeq& aGoneEdges,
+                                     Hnd_ktmdl_TopoHSeq& aNewEdges,
+                                     Hnd_ktmdl_TopoHSeq& aAlteredEdges, Hnd_ktmdl_TopoHSeq& aFaces,
+                                     Hnd_ktmdl_TopoHSeq& aGoneFaces, Hnd_ktmdl_TopoHSeq& aNewFaces,
+                                     Hnd_ktmdl_TopoHSeq& aAlteredFaces)
+{
+    constexpr unsigned char kBoxBit = 1;
+    unsigned char bits = 0;
+    const ktmdl_BBox3d fresh = defaultBox();
+    if (fresh.IsEqual(mBBox) == 0) {
+        bits = kBoxBit;
+    }
+    aBox = fresh;
+    if (bits != 0 && aQuick != 0) {
+        return bits;
+    }
+    if (!isKnownType(tplType)) {
+        ktmdl_detail::FailureText text;
+        // On purpose: nothing separates the function's name from the text behind it.
+        // Pinned by UnknownTypeRaises.
+        text << "ktmdl_Topo::HasChanged"
+             << "BAD tplType: " << static_cast<int>(tplType) << std::ends;
+        ktstd_fail_ProgramError::Raise(text);
+    }
+    // On purpose: a face is compared by its edges, a body by its faces only.
+    // Pinned by BodyIsComparedByItsFacesOnly.
+    if (isFaceLike(tplType)) {
+        bits |= compareChildren(ChildGroup::edges, aQuick != 0,
+                                {aEdges, aGoneEdges, aNewEdges, aAlteredEdges});
+    } else if (isBodyLike(tplType)) {
+        bits |= compareChildren(ChildGroup::faces, aQuick != 0,
+                                {aFaces, aGoneFaces, aNewFaces, aAlteredFaces});
+    }
+    return bits;
+}
+
+//! Compares one cached list with the host's collection; gives the group's change bits.
+unsigned char ktmdl_Topo::compareChildren(const ChildGroup& aGroup, bool aQuick,
+                                          const ChangeLists& aLists) const
+{
+    const IDispatchPtr pItems = childCollection(aGroup);
+    const LONG count = countOf(pItems);
+    const Hnd_ktmdl_TopoHSeq cached = mSubTopos[aGroup.list];
+    const long cachedCount = cached.IsNull() != 0 ? 0 : cached->Length();
+    unsigned char bits = 0;
+    if (count != cachedCount) {
+        bits |= aGroup.countBit;
+        if (aQuick) {
+            return bits;
+        }
+    }
+
+    ktmdl_TopoMap old(cachedCount);
+    for (long i = 1; i <= cachedCount; ++i) {
+        old.Add(cached->Value(i));
+    }
+    ktmdl_TopoMap seen(1);
+    aLists.current = new ktmdl_TopoHSeq();
+    aLists.gone = new ktmdl_TopoHSeq();
+    aLists.fresh = new ktmdl_TopoHSeq();
+    aLists.altered = new ktmdl_TopoHSeq();
+
+    for (LONG i = 1; i <= count; ++i) {
+        const Hnd_ktmdl_Topo child = adoptChild(aGroup, itemOf(pItems, i));
+        unsigned char difference = 0;
+        if (old.Contains(child) != 0) {
+            seen.Add(child);
+            if (child->mBBox.mMin.IsEqual(child->mBBox.mMax, 0.0) != 0) {
+                child->mBBox = BuildBBox(child->mDispTopo);
+            }
+            if (defaultBox().IsEqual(child->mBBox) == 0) {
+                aLists.altered->Append(child);
+                difference = aGroup.alteredBit;
+            }
+        } else {
+            child->mBBox = BuildBBox(child->mDispTopo);
+            aLists.fresh->Append(child);
+            difference = aGroup.countBit;
+        }
+        bits |= difference;
+        if (difference != 0 && aQuick) {
+            return bits;
+        }
+        aLists.current->Append(child);
+    }
+
+    // Only when the numbers say that some child must be missing.
+    const long gone = aLists.fresh->Length() - count + cachedCount;
+    if (gone >= 1) {
+        for (long i = 1; i <= cachedCount; ++i) {
+            if (seen.Contains(cached->Value(i)) == 0) {
+                aLists.gone->Append(cached->Value(i));
+            }
+        }
+    }
+    return bits;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Archive and dump
+
+void ktmdl_Topo::Serialize(ktstd_Archive& aArchive)
+{
+    ktstd_TShared::Serialize(aArchive);
+    if (aArchive.IsStoring() != 0) {
+        storeFields(aArchive);
+    } else {
+        ktmdl_detail::CheckClassVersion(kClassName);
+        loadFields(aArchive);
+    }
+    ktmdl_detail::EndOfClass(aArchive, kClassName);
+}
+
+void ktmdl_Topo::storeFields(ktstd_Archive& aArchive)
+{
+    if (mKeySize < 0) {
+        ktstd_fail_FileIO::Raise("ktmdl_Topo: the key is longer than 32767 bytes",
+                                 ktstd_fail_FileIO::kValueOutOfRange);
+    }
+    aArchive << static_cast<unsigned short>(mKeySize);
+    aArchive.Write(mKey, mKeySize);
+    if (mDocName.IsEmpty() != 0 && mDispDoc != nullptr) {
+        fillDocName();
+    }
+    aArchive << tplType;
+    mBBox.Serialize(aArchive);
+    aArchive << mIsSubTopo;
+    aArchive << static_cast<const Hnd_ktstd_Transient&>(mSubTopos[kEdgeList]);
+    aArchive << static_cast<const Hnd_ktstd_Transient&>(mSubTopos[kFaceList]);
+    aArchive << mDocName;
+}
+
+void ktmdl_Topo::loadFields(ktstd_Archive& aArchive)
+{
+    unsigned short size = 0;
+    aArchive >> size;
+    if (size > std::numeric_limits<std::int16_t>::max()) {
+        aArchive.RaiseDamaged("ktmdl_Topo: key longer than 32767 bytes");
+    }
+    std::vector<unsigned char> key(size);
+    aArchive.Read(key.data(), size);
+    setKey(size, key.data());
+    // On purpose: registered as soon as the key is known, without looking for another reference of
+    // that key. Pinned by LoadedReferenceNeverMerges.
+    registry().Add(Hnd_ktmdl_Topo(this));
+    mDispTopo = nullptr;
+    aArchive >> tplType;
+    mBBox.Serialize(aArchive);
+    aArchive >> mIsSubTopo;
+    aArchive >> mSubTopos[kEdgeList];
+    aArchive >> mSubTopos[kFaceList];
+    aArchive >> mDocName;
+    mDispDoc = nullptr;
+}
+
+namespace {
+
+//! Asks a live edge for what a dump once showed.
+void askEdge(const IDispatchPtr& aObject)
+{
+    const ktmdl_host::EdgePtr pE(aObject);
+    KTMDL_CHECK_POINTER(pE, "pE");
+    IDispatch* pEdge = pE.GetInterfacePtr();
+    static_cast<void>(GetBool(pEdge, ktmdl_host::Edge::IsParamReversed));
+    double min = 0.0;
+    double max = 0.0;
+    Call(pEdge, ktmdl_host::Edge::GetParamExtents, {ByRef(min), ByRef(max)});
+    const IDispatchPtr pGeom =
+        FetchObject(pEdge, ktmdl_host::Edge::Geometry, DISPATCH_PROPERTYGET, {});
+    KTMDL_CHECK_POINTER(pGeom, "pGeom");
+    LONG type = 0;
+    KTMDL_CHECK_RESULT(ComGetProperty(pGeom.GetInterfacePtr(), L"Type", VT_I4, &type));
+}
+
+} // namespace
+
+void ShowVariable(const char* aName, const Hnd_ktmdl_Topo& aTopo)
+{
+    std::fstream& log = ktstd_Debug::LogPrint();
+    const char* name = aName != nullptr ? aName : "";
+    if (aTopo.IsNull() != 0) {
+        log << "[Topo]: " << name << ": is NULL" << std::endl;
+        return;
+    }
+    log << "[Topo]: " << name << ":" << std::endl;
+    if (aTopo->mDispTopo == nullptr || aTopo->tplType != kEdge) {
+        return;
+    }
+    try {
+        // On purpose: none of the answers is written. Pinned by DumpOfAnEdgePrintsNoAnswer.
+        askEdge(aTopo->mDispTopo);
+    } catch (const _com_error& error) {
+        KTMDL_REPORT_CAUGHT(error, "ShowVariable");
+    }
+}

@@ -1,0 +1,246 @@
+#include "ktmdl/ktmdl_TopoMap.h"
+
+#include "ktmdl/ktmdl_Topo.h"
+#include "ktstd/ktstd_Archive.h"
+#include "ktstd/ktstd_MapIntegerHasher.h"
+#include "ktstd/ktstd_fail.h"
+
+#include <cstdint>
+
+KTSTD_DEFINE_TYPE(ktmdl_StdMapNodeOfTopoMap, ktstd_MapNode)
+
+namespace {
+
+unsigned int hashOf(const Hnd_ktmdl_Topo& aTopo)
+{
+    return ktmdl_Topo::HashKey(aTopo->mKeySize, aTopo->mKey);
+}
+
+//! Reduces a key hash to a bucket.
+long reduce(unsigned int aHash, long aUpper) noexcept
+{
+    return ktstd_MapIntegerHasher::HashCode(static_cast<std::int32_t>(aHash), aUpper);
+}
+
+const Hnd_ktmdl_Topo& keyOf(const ktstd_MapNode* aNode) noexcept
+{
+    return static_cast<const ktmdl_StdMapNodeOfTopoMap*>(aNode)->Key();
+}
+
+//! Gives the node that holds a reference.
+//! @param aChain     head of the bucket
+//! @param aPrevious  receives the node before it, null for the head
+//! @return           null when there is none
+ktstd_MapNode* findIn(ktstd_MapNode* aChain, const Hnd_ktmdl_Topo& aTopo, ktstd_MapNode*& aPrevious)
+{
+    aPrevious = nullptr;
+    for (ktstd_MapNode* node = aChain; node != nullptr; node = node->Next()) {
+        if (ktmdl_MapTopoHasher::IsEqual(keyOf(node), aTopo) != 0) {
+            return node;
+        }
+        aPrevious = node;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+long ktmdl_MapTopoHasher::HashCode(const Hnd_ktmdl_Topo& aTopo, long aUpper)
+{
+    return reduce(hashOf(aTopo), aUpper);
+}
+
+unsigned char ktmdl_MapTopoHasher::IsEqual(const Hnd_ktmdl_Topo& aFirst,
+                                           const Hnd_ktmdl_Topo& aSecond) noexcept
+{
+    // On purpose: identity of the objects, not equality of their host keys.
+    return aFirst == aSecond ? 1 : 0;
+}
+
+ktmdl_TopoMap::ktmdl_TopoMap(long aNbBuckets) : ktstd_BasicMap(aNbBuckets, 1) {}
+
+// On purpose: only an empty map is copied this way; Assign copies the others.
+ktmdl_TopoMap::ktmdl_TopoMap(const ktmdl_TopoMap& aOther) : ktstd_BasicMap(aOther.NbBuckets(), 1)
+{
+    if (aOther.Extent() != 0) {
+        ktstd_fail_DomainError::Raise("ktstd_Map: copy of non-empty Map");
+    }
+}
+
+ktmdl_TopoMap::~ktmdl_TopoMap()
+{
+    Clear();
+}
+
+void ktmdl_TopoMap::Serialize(ktstd_Archive& aArchive)
+{
+    if (aArchive.IsStoring() != 0) {
+        // On purpose: a number, not a count as the sequences store, so that old data can be read.
+        aArchive << Extent();
+        for (ktmdl_MapIteratorOfTopoMap it(*this); it.More() != 0; it.Next()) {
+            aArchive << static_cast<const Hnd_ktstd_Transient&>(it.Key());
+        }
+        return;
+    }
+    // On purpose: not cleared first, unlike the sequences.
+    long count = 0;
+    aArchive >> count;
+    Hnd_ktmdl_Topo topo;
+    for (long i = 0; i < count; ++i) {
+        aArchive >> topo;
+        if (topo.IsNull() != 0) {
+            aArchive.RaiseDamaged("ktmdl_TopoMap: null reference");
+        }
+        Add(topo);
+    }
+}
+
+unsigned char ktmdl_TopoMap::Contains(const Hnd_ktmdl_Topo& aTopo) const
+{
+    if (Extent() == 0) {
+        return 0;
+    }
+    ktstd_MapNode* const* const chain = ChainOf(hashOf(aTopo));
+    ktstd_MapNode* previous = nullptr;
+    return chain != nullptr && findIn(*chain, aTopo, previous) != nullptr ? 1 : 0;
+}
+
+Hnd_ktmdl_Topo ktmdl_TopoMap::FindByKey(long aSize, const unsigned char* aKey) const
+{
+    if (Extent() == 0) {
+        return Hnd_ktmdl_Topo();
+    }
+    ktstd_MapNode* const* const chain = ChainOf(ktmdl_Topo::HashKey(aSize, aKey));
+    for (const ktstd_MapNode* node = chain != nullptr ? *chain : nullptr; node != nullptr;
+         node = node->Next()) {
+        if (keyOf(node)->IsEqual(aSize, aKey) != 0) {
+            return keyOf(node);
+        }
+    }
+    return Hnd_ktmdl_Topo();
+}
+
+ktmdl_TopoMap& ktmdl_TopoMap::Assign(const ktmdl_TopoMap& aOther)
+{
+    if (&aOther == this) {
+        return *this;
+    }
+    Clear();
+    ReSize(aOther.NbBuckets());
+    for (ktmdl_MapIteratorOfTopoMap it(aOther); it.More() != 0; it.Next()) {
+        Add(it.Key());
+    }
+    return *this;
+}
+
+unsigned char ktmdl_TopoMap::Add(const Hnd_ktmdl_Topo& aTopo)
+{
+    if (Extent() == 0 || (IsGrowthSuppressed() == 0 && Extent() > NbBuckets())) {
+        ReSize(Extent());
+    }
+    ktstd_MapNode** const chain = ChainOf(hashOf(aTopo));
+    ktstd_MapNode* previous = nullptr;
+    if (chain == nullptr || findIn(*chain, aTopo, previous) != nullptr) {
+        return 0;
+    }
+    *chain = new ktmdl_StdMapNodeOfTopoMap(aTopo, *chain);
+    ++mExtent;
+    return 1;
+}
+
+unsigned char ktmdl_TopoMap::Remove(const Hnd_ktmdl_Topo& aTopo)
+{
+    if (Extent() == 0) {
+        return 0;
+    }
+    ktstd_MapNode** const chain = ChainOf(hashOf(aTopo));
+    ktstd_MapNode* previous = nullptr;
+    ktstd_MapNode* const node = chain != nullptr ? findIn(*chain, aTopo, previous) : nullptr;
+    if (node == nullptr) {
+        return 0;
+    }
+    --mExtent;
+    if (previous != nullptr) {
+        previous->SetNext(node->Next());
+    } else {
+        *chain = node->Next();
+    }
+    delete node;
+    return 1;
+}
+
+void ktmdl_TopoMap::ReSize(long aSize)
+{
+    long nbBuckets = 0;
+    ktstd_MapNode* first = nullptr;
+    ktstd_MapNode* second = nullptr;
+    if (BeginResize(aSize, nbBuckets, first, second) == 0) {
+        return;
+    }
+    ktstd_MapNode** const old = Buckets();
+    ktstd_MapNode** const slots = Slots(first);
+    for (long b = 0; old != nullptr && b <= NbBuckets(); ++b) {
+        ktstd_MapNode* node = old[b];
+        while (node != nullptr) {
+            ktstd_MapNode* const next = node->Next();
+            ktstd_MapNode*& head = slots[ktmdl_MapTopoHasher::HashCode(keyOf(node), nbBuckets)];
+            node->SetNext(head);
+            head = node;
+            node = next;
+        }
+    }
+    EndResize(aSize, nbBuckets, first, second);
+}
+
+void ktmdl_TopoMap::Clear() noexcept
+{
+    // The map is empty before the first reference goes: what dies with one may use the map.
+    ktstd_MapNode* chain = nullptr;
+    if (Extent() != 0) {
+        ktstd_MapNode** const buckets = Buckets();
+        for (long b = 0; b <= NbBuckets(); ++b) {
+            while (buckets[b] != nullptr) {
+                ktstd_MapNode* const node = buckets[b];
+                buckets[b] = node->Next();
+                node->SetNext(chain);
+                chain = node;
+            }
+        }
+    }
+    Destroy();
+    while (chain != nullptr) {
+        ktstd_MapNode* const node = chain;
+        chain = node->Next();
+        delete node;
+    }
+}
+
+//! Gives the slot of a key's bucket; null when there is none.
+ktstd_MapNode** ktmdl_TopoMap::ChainOf(unsigned int aHash) const noexcept
+{
+    ktstd_MapNode** const buckets = Buckets();
+    const long bucket = reduce(aHash, NbBuckets());
+    return buckets != nullptr && bucket >= 0 ? buckets + bucket : nullptr;
+}
+
+ktstd_Archive& operator<<(ktstd_Archive& aArchive, const ktmdl_TopoMap& aMap)
+{
+    // On purpose: not constant, as a loading archive loads here too.
+    const_cast<ktmdl_TopoMap&>(aMap).Serialize(aArchive);
+    return aArchive;
+}
+
+ktstd_Archive& operator>>(ktstd_Archive& aArchive, ktmdl_TopoMap& aMap)
+{
+    aMap.Serialize(aArchive);
+    return aArchive;
+}
+
+const Hnd_ktmdl_Topo& ktmdl_MapIteratorOfTopoMap::Key() const
+{
+    const ktstd_MapNode* const node = Node();
+    if (node == nullptr) {
+        ktstd_fail_NoSuchObject::Raise("ktstd_MapIterator::Key");
+    }
+    return keyOf(node);
+}

@@ -1,0 +1,225 @@
+#include "ktmdl/ktmdl_Trsf3d.h"
+
+#include "ktmdl/ktmdl.h"
+#include "ktmdl/ktmdl_Axis3d.h"
+#include "ktmdl/ktmdl_CrdSys3d.h"
+#include "ktmdl/ktmdl_Record_detail.h"
+#include "ktmdl/ktmdl_Vec3d.h"
+#include "ktstd/ktstd_Archive.h"
+#include "ktstd/ktstd_Schema.h"
+#include "ktstd/ktstd_fail.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace {
+
+constexpr char kClassName[] = "ktmdl_Trsf3d";
+const ktstd_SchemaEntry schemaEntry(kClassName);
+
+constexpr double kTolerance = 1e-6;
+
+using Matrix = double[4][4];
+
+//! Gives how far an entry is from the identity's.
+double fromIdentity(const Matrix& aMatrix, int aRow, int aColumn)
+{
+    return std::fabs(aMatrix[aRow][aColumn] - (aRow == aColumn ? 1.0 : 0.0));
+}
+
+//! Gives the product of two matrices.
+void multiply(const Matrix& aLeft, const Matrix& aRight, Matrix& aProduct)
+{
+    for (int r = 0; r < 4; ++r) {
+        for (int c = 0; c < 4; ++c) {
+            aProduct[r][c] = aLeft[r][0] * aRight[0][c] + aLeft[r][1] * aRight[1][c] +
+                             aLeft[r][2] * aRight[2][c] + aLeft[r][3] * aRight[3][c];
+        }
+    }
+}
+
+//! Gives the signed determinant of what is left without a row and a column.
+double cofactor(const Matrix& aMatrix, int aRow, int aColumn)
+{
+    double minor[9];
+    int n = 0;
+    for (int r = 0; r < 4; ++r) {
+        for (int c = 0; c < 4; ++c) {
+            if (r != aRow && c != aColumn) {
+                minor[n++] = aMatrix[r][c];
+            }
+        }
+    }
+    const double determinant = ktmdl::Determinant33Matrix(minor);
+    return (aRow + aColumn) % 2 == 0 ? determinant : -determinant;
+}
+
+} // namespace
+
+ktmdl_Trsf3d::ktmdl_Trsf3d(double aX, double aY, double aZ) noexcept
+{
+    mMatrix[0][3] = aX;
+    mMatrix[1][3] = aY;
+    mMatrix[2][3] = aZ;
+}
+
+ktmdl_Trsf3d::ktmdl_Trsf3d(const ktmdl_Data3d& aTriple) noexcept
+    : ktmdl_Trsf3d(aTriple.mX, aTriple.mY, aTriple.mZ)
+{}
+
+ktmdl_Trsf3d::ktmdl_Trsf3d(const ktmdl_CrdSys3d& aCrdSys)
+    : ktmdl_Trsf3d(aCrdSys.mX, aCrdSys.mY, aCrdSys.mZ)
+{
+    const ktmdl_Vec3d& z = aCrdSys.mDir;
+    const ktmdl_Vec3d& x = aCrdSys.mDirX;
+    ktmdl_Vec3d y(z);
+    y.Cross(x);
+    const double rows[9] = {x.mX, x.mY, x.mZ, y.mX, y.mY, y.mZ, z.mX, z.mY, z.mZ};
+    // On purpose: the test is the opposite of what the message says.
+    if (std::fabs(ktmdl::Determinant33Matrix(rows)) >= kTolerance) {
+        ktstd_fail_ProgramError::Raise("ktmdl_Trsf3d(CrdSys) : Determinant = 0");
+    }
+    constexpr double kSameDirection = 1e-8;
+    if (x.IsEqual(ktmdl_Vec3d::VX(), kSameDirection) != 0 &&
+        y.IsEqual(ktmdl_Vec3d::VY(), kSameDirection) != 0 &&
+        z.IsEqual(ktmdl_Vec3d::VZ(), kSameDirection) != 0) {
+        return; // the linear part is the exact identity
+    }
+    const ktmdl_Vec3d* const columns[3] = {&x, &y, &z};
+    for (int c = 0; c < 3; ++c) {
+        mMatrix[0][c] = columns[c]->mX;
+        mMatrix[1][c] = columns[c]->mY;
+        mMatrix[2][c] = columns[c]->mZ;
+    }
+}
+
+ktmdl_Trsf3d::~ktmdl_Trsf3d() = default;
+
+void ktmdl_Trsf3d::Serialize(ktstd_Archive& aArchive)
+{
+    if (aArchive.IsStoring() != 0) {
+        aArchive.Write(mMatrix, sizeof(mMatrix));
+    } else {
+        ktmdl_detail::CheckClassVersion(kClassName);
+        aArchive.Read(mMatrix, sizeof(mMatrix));
+    }
+    ktmdl_detail::EndOfClass(aArchive, kClassName);
+}
+
+void ktmdl_Trsf3d::GetMatrix(double aMatrix[4][4]) const noexcept
+{
+    std::memmove(aMatrix, mMatrix, sizeof(mMatrix));
+}
+
+unsigned char ktmdl_Trsf3d::IsIdentity() const noexcept
+{
+    return IsEqual(ktmdl_Trsf3d());
+}
+
+unsigned char ktmdl_Trsf3d::IsEqual(const ktmdl_Trsf3d& aOther) const noexcept
+{
+    for (int r = 0; r < 4; ++r) {
+        for (int c = 0; c < 4; ++c) {
+            if (!(std::fabs(mMatrix[r][c] - aOther.mMatrix[r][c]) <= kTolerance)) {
+                return 0;
+            }
+        }
+    }
+    return 1;
+}
+
+unsigned char ktmdl_Trsf3d::HasRotation() const noexcept
+{
+    for (int r = 0; r < 3; ++r) {
+        for (int c = 0; c < 3; ++c) {
+            // On purpose: exactly the tolerance differs here, but is equal for IsEqual.
+            if (fromIdentity(mMatrix, r, c) >= kTolerance) {
+                return 1;
+            }
+        }
+    }
+    return 0;
+}
+
+unsigned char ktmdl_Trsf3d::HasTranslation() const noexcept
+{
+    // On purpose: exactly the tolerance differs here, but is equal for IsEqual.
+    return std::fabs(mMatrix[0][3]) >= kTolerance || std::fabs(mMatrix[1][3]) >= kTolerance ||
+                   std::fabs(mMatrix[2][3]) >= kTolerance
+               ? 1
+               : 0;
+}
+
+ktmdl_Trsf3d ktmdl_Trsf3d::operator*(const ktmdl_Trsf3d& aOther) const noexcept
+{
+    ktmdl_Trsf3d result;
+    multiply(aOther.mMatrix, mMatrix, result.mMatrix);
+    return result;
+}
+
+ktmdl_Trsf3d& ktmdl_Trsf3d::operator*=(const ktmdl_Trsf3d& aOther) noexcept
+{
+    Matrix product;
+    multiply(aOther.mMatrix, mMatrix, product);
+    SetMatrix(product);
+    return *this;
+}
+
+void ktmdl_Trsf3d::SetMatrix(const double aMatrix[4][4]) noexcept
+{
+    std::memmove(mMatrix, aMatrix, sizeof(mMatrix));
+}
+
+void ktmdl_Trsf3d::SetTranslation(const ktmdl_Vec3d& aVector, unsigned char aKeepRest) noexcept
+{
+    if (aKeepRest == 0) {
+        *this = ktmdl_Trsf3d();
+    }
+    mMatrix[0][3] = aVector.mX;
+    mMatrix[1][3] = aVector.mY;
+    mMatrix[2][3] = aVector.mZ;
+}
+
+void ktmdl_Trsf3d::SetRotation(const ktmdl_Axis3d& aAxis, double aAngle,
+                               unsigned char aKeepTranslation) noexcept
+{
+    const ktmdl_Vec3d former(mMatrix[0][3], mMatrix[1][3], mMatrix[2][3]);
+    const ktmdl_Trsf3d toOrigin(-aAxis.mX, -aAxis.mY, -aAxis.mZ);
+    ktmdl_Trsf3d turn;
+    ktmdl::RotAxis2Matrix(aAxis.mDir.mX, aAxis.mDir.mY, aAxis.mDir.mZ, aAngle, turn.mMatrix);
+    const ktmdl_Trsf3d back(aAxis.mX, aAxis.mY, aAxis.mZ);
+    *this = (toOrigin * turn) * back;
+    if (aKeepTranslation != 0) {
+        SetTranslation(former, 1);
+    }
+}
+
+void ktmdl_Trsf3d::SetScale(double aX, double aY, double aZ) noexcept
+{
+    *this = ktmdl_Trsf3d();
+    mMatrix[0][0] = aX;
+    mMatrix[1][1] = aY;
+    mMatrix[2][2] = aZ;
+}
+
+void ktmdl_Trsf3d::Reverse()
+{
+    const ktmdl_Trsf3d former(*this);
+    for (int r = 0; r < 4; ++r) {
+        for (int c = 0; c < 4; ++c) {
+            mMatrix[r][c] = cofactor(former.mMatrix, c, r);
+        }
+    }
+    const double determinant =
+        former.mMatrix[0][0] * mMatrix[0][0] + former.mMatrix[1][0] * mMatrix[0][1] +
+        former.mMatrix[2][0] * mMatrix[0][2] + former.mMatrix[3][0] * mMatrix[0][3];
+    if (std::fabs(determinant) < 1e-10) {
+        // On purpose: the adjugate stays behind.
+        ktstd_fail_ProgramError::Raise("ktmdl_Trsf3d::Reverse MATRIX NOT REGULAR");
+    }
+    for (auto& row : mMatrix) {
+        for (double& entry : row) {
+            entry /= determinant;
+        }
+    }
+}

@@ -1,0 +1,273 @@
+#include "ktstd/ktstd_ArchiveFormat_detail.h"
+
+#include "ktstd/ktstd_fail.h"
+
+#include <algorithm>
+#include <array>
+
+namespace ktstd_detail {
+namespace {
+
+constexpr std::size_t kFixedHeader = 16; //!< magic, format version, number of class versions
+constexpr std::size_t kTrailer = 32;
+constexpr std::size_t kCheckedTrailer = 20; //!< the part of the trailer under the checksum
+constexpr std::array<unsigned char, 8> kEndMark = {'K', 'T', 'A', 'E', 'N', 'D', '\r', '\n'};
+
+using Reason = ktstd_fail_FileIO::Reason;
+
+//! CRC-32 as in IEEE 802.3: reflected, polynomial 0xEDB88320, start and end inverted.
+std::uint32_t checksum(const unsigned char* aBytes, std::size_t aSize) noexcept
+{
+    static const std::array<std::uint32_t, 256> sTable = [] {
+        std::array<std::uint32_t, 256> table{};
+        for (std::uint32_t i = 0; i < table.size(); ++i) {
+            std::uint32_t value = i;
+            for (int bit = 0; bit < 8; ++bit) {
+                value = (value & 1U) != 0 ? 0xEDB88320U ^ (value >> 1) : value >> 1;
+            }
+            table[i] = value;
+        }
+        return table;
+    }();
+    std::uint32_t crc = 0xFFFFFFFFU;
+    for (std::size_t i = 0; i < aSize; ++i) {
+        crc = sTable[(crc ^ aBytes[i]) & 0xFFU] ^ (crc >> 8);
+    }
+    return ~crc;
+}
+
+//! Reads a part of an archive and refuses to leave it.
+class PartReader
+{
+public:
+    PartReader(const Bytes& aBytes, std::size_t aStart, std::size_t aEnd,
+               const std::string& aSource, const char* aPart)
+        : mBytes(aBytes),
+          mAt(aStart),
+          mEnd(aEnd),
+          mSource(aSource),
+          mPart(aPart)
+    {}
+
+    [[nodiscard]] std::size_t At() const noexcept { return mAt; }
+    [[nodiscard]] bool AtEnd() const noexcept { return mAt == mEnd; }
+
+    template <class Unsigned>
+    Unsigned Number()
+    {
+        return Get<Unsigned>(Take(sizeof(Unsigned)));
+    }
+
+    std::string Name()
+    {
+        const std::size_t length = Number<std::uint8_t>();
+        if (length == 0) {
+            Raise("a class name is empty");
+        }
+        const unsigned char* const text = Take(length);
+        return std::string(text, text + length);
+    }
+
+    [[noreturn]] void Raise(const std::string& aWhat) const
+    {
+        RaiseLoading(mSource, std::string(mPart) + ": " + aWhat, mAt, Reason::kDamaged);
+    }
+
+private:
+    const unsigned char* Take(std::size_t aSize)
+    {
+        if (mEnd - mAt < aSize) {
+            Raise("wanted " + std::to_string(aSize) + " bytes, found " +
+                  std::to_string(mEnd - mAt));
+        }
+        const unsigned char* const bytes = mBytes.data() + mAt;
+        mAt += aSize;
+        return bytes;
+    }
+
+    const Bytes& mBytes;
+    std::size_t mAt;
+    std::size_t mEnd;
+    const std::string& mSource;
+    const char* mPart;
+};
+
+void checkMagic(const Bytes& aBytes, const std::string& aSource)
+{
+    const Bytes& magic = ArchiveMagic();
+    const std::size_t common = std::min(magic.size(), aBytes.size());
+    const auto differs = std::mismatch(
+        magic.begin(), magic.begin() + static_cast<std::ptrdiff_t>(common), aBytes.begin());
+    if (differs.second != aBytes.begin() + static_cast<std::ptrdiff_t>(common)) {
+        RaiseLoading(aSource, "it is no archive",
+                     static_cast<std::size_t>(differs.second - aBytes.begin()), Reason::kForeign);
+    }
+    if (aBytes.size() < kFixedHeader + kTrailer) {
+        RaiseLoading(aSource, aBytes.empty() ? "it is empty" : "it ends too early", aBytes.size(),
+                     Reason::kTruncated);
+    }
+}
+
+void checkTrailer(const Bytes& aBytes, const std::string& aSource)
+{
+    const std::size_t end = aBytes.size();
+    const std::size_t mark = end - kEndMark.size();
+    if (!std::equal(kEndMark.begin(), kEndMark.end(),
+                    aBytes.begin() + static_cast<std::ptrdiff_t>(mark))) {
+        RaiseLoading(aSource, "no end mark: it is cut off, or other bytes follow it", mark,
+                     Reason::kTruncated);
+    }
+    const std::size_t trailer = end - kTrailer;
+    const auto length = Get<std::uint64_t>(aBytes.data() + trailer + 12);
+    if (length != end) {
+        RaiseLoading(aSource,
+                     "wanted a length of " + std::to_string(end) + " bytes, found " +
+                         std::to_string(length),
+                     trailer + 12, Reason::kTruncated);
+    }
+    const std::size_t checked = trailer + kCheckedTrailer;
+    if (Get<std::uint32_t>(aBytes.data() + checked) != checksum(aBytes.data(), checked)) {
+        RaiseLoading(aSource, "the checksum differs: bytes were changed", checked,
+                     Reason::kAltered);
+    }
+}
+
+std::map<std::string, long> parseClassVersions(PartReader& aReader)
+{
+    std::map<std::string, long> versions;
+    const auto count = aReader.Number<std::uint32_t>();
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const std::string name = aReader.Name();
+        if (!versions.empty() && versions.rbegin()->first >= name) {
+            aReader.Raise("the classes are out of order at \"" + name + "\"");
+        }
+        const auto version = static_cast<std::int32_t>(aReader.Number<std::uint32_t>());
+        versions.emplace_hint(versions.end(), name, version);
+    }
+    return versions;
+}
+
+ktstd_ArchiveObject parseObject(PartReader& aReader, const ArchiveLayout& aLayout)
+{
+    ktstd_ArchiveObject object;
+    object.number = aReader.Number<std::uint32_t>();
+    object.className = aReader.Name();
+    object.offset = aReader.Number<std::uint64_t>();
+    object.length = aReader.Number<std::uint64_t>();
+    if (object.offset < aLayout.dataStart || object.offset > aLayout.dataEnd ||
+        object.length > aLayout.dataEnd - object.offset) {
+        aReader.Raise("object " + std::to_string(object.number) + " is not inside the data");
+    }
+    return object;
+}
+
+//! Walks over the directory.
+template <class Visitor>
+void visitDirectory(const Bytes& aBytes, const ArchiveLayout& aLayout, const std::string& aSource,
+                    Visitor aVisitor)
+{
+    const std::size_t trailer = aBytes.size() - kTrailer;
+    const auto count = Get<std::uint32_t>(aBytes.data() + trailer + 8);
+    PartReader reader(aBytes, aLayout.dataEnd, trailer, aSource, "directory");
+    for (std::uint32_t i = 0; i < count; ++i) {
+        ktstd_ArchiveObject object = parseObject(reader, aLayout);
+        if (object.number != static_cast<unsigned long>(i) + 1) {
+            reader.Raise("wanted object " + std::to_string(i + 1) + ", found " +
+                         std::to_string(object.number));
+        }
+        aVisitor(std::move(object));
+    }
+    if (!reader.AtEnd()) {
+        reader.Raise("other bytes follow it");
+    }
+}
+
+} // namespace
+
+const Bytes& ArchiveMagic()
+{
+    static const Bytes sMagic = {0x89, 'K', 'T', 'A', '\r', '\n', 0x1A, '\n'};
+    return sMagic;
+}
+
+void RaiseLoading(const std::string& aSource, const std::string& aWhat, std::size_t aOffset,
+                  unsigned char aCode)
+{
+    const std::string text =
+        "load archive " + aSource + ": " + aWhat + ", at byte " + std::to_string(aOffset);
+    ktstd_fail_FileIO::Raise(text.c_str(), aCode);
+}
+
+void PutName(Bytes& aBytes, const std::string& aName)
+{
+    Put(aBytes, static_cast<std::uint8_t>(aName.size()));
+    aBytes.insert(aBytes.end(), aName.begin(), aName.end());
+}
+
+Bytes BuildArchive(long aFormatVersion, const std::map<std::string, long>& aClassVersions,
+                   const Bytes& aData, const std::vector<ktstd_ArchiveObject>& aObjects)
+{
+    Bytes bytes = ArchiveMagic();
+    Put(bytes, static_cast<std::uint32_t>(aFormatVersion));
+    Put(bytes, static_cast<std::uint32_t>(aClassVersions.size()));
+    for (const auto& [name, version] : aClassVersions) {
+        PutName(bytes, name);
+        Put(bytes, static_cast<std::uint32_t>(version));
+    }
+    const std::uint64_t dataStart = bytes.size();
+    bytes.insert(bytes.end(), aData.begin(), aData.end());
+    const std::uint64_t directory = bytes.size();
+    for (const ktstd_ArchiveObject& object : aObjects) {
+        Put(bytes, static_cast<std::uint32_t>(object.number));
+        PutName(bytes, object.className);
+        Put(bytes, static_cast<std::uint64_t>(dataStart + object.offset));
+        Put(bytes, static_cast<std::uint64_t>(object.length));
+    }
+    const std::uint64_t length = bytes.size() + kTrailer;
+    Put(bytes, directory);
+    Put(bytes, static_cast<std::uint32_t>(aObjects.size()));
+    Put(bytes, length);
+    Put(bytes, checksum(bytes.data(), bytes.size()));
+    bytes.insert(bytes.end(), kEndMark.begin(), kEndMark.end());
+    return bytes;
+}
+
+ArchiveLayout ParseArchive(const Bytes& aBytes, const std::string& aSource)
+{
+    checkMagic(aBytes, aSource);
+    const std::size_t trailer = aBytes.size() - kTrailer;
+    const auto format =
+        static_cast<std::int32_t>(Get<std::uint32_t>(aBytes.data() + ArchiveMagic().size()));
+    if (format < ktstd_Archive::kOldestFormat || format > ktstd_Archive::kNewestFormat) {
+        RaiseLoading(aSource, "wanted format version 15 or 16, found " + std::to_string(format),
+                     ArchiveMagic().size(), Reason::kBadFormat);
+    }
+    checkTrailer(aBytes, aSource);
+
+    ArchiveLayout layout;
+    layout.formatVersion = format;
+    PartReader header(aBytes, ArchiveMagic().size() + sizeof(std::uint32_t), trailer, aSource,
+                      "class versions");
+    layout.classVersions = parseClassVersions(header);
+    layout.dataStart = header.At();
+    const auto directory = Get<std::uint64_t>(aBytes.data() + trailer);
+    if (directory < layout.dataStart || directory > trailer) {
+        RaiseLoading(aSource, "the directory can't be at byte " + std::to_string(directory),
+                     trailer, Reason::kDamaged);
+    }
+    layout.dataEnd = static_cast<std::size_t>(directory);
+    visitDirectory(aBytes, layout, aSource, [](ktstd_ArchiveObject&&) {});
+    return layout;
+}
+
+std::vector<ktstd_ArchiveObject> ParseDirectory(const Bytes& aBytes, const ArchiveLayout& aLayout,
+                                                const std::string& aSource)
+{
+    std::vector<ktstd_ArchiveObject> objects;
+    visitDirectory(aBytes, aLayout, aSource, [&objects](ktstd_ArchiveObject&& aObject) {
+        objects.push_back(std::move(aObject));
+    });
+    return objects;
+}
+
+} // namespace ktstd_detail

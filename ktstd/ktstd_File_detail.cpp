@@ -1,0 +1,301 @@
+#include "ktstd/ktstd_File_detail.h"
+
+#include "ktstd/ktstd_fail.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+#if defined(_WIN32)
+#if !defined(NOMINMAX)
+#define NOMINMAX
+#endif
+#include <fcntl.h>
+#include <io.h>
+#include <share.h>
+#include <sys/stat.h>
+#include <windows.h>
+#else
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kBlock = 1 << 16;
+constexpr int kMaxTemporaries = 1000;
+
+struct FileCloser
+{
+    void operator()(std::FILE* aFile) const noexcept { std::fclose(aFile); }
+};
+using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
+
+[[noreturn]] void raise(const char* aOperation, const std::string& aPath, const std::string& aWhy,
+                        unsigned char aCode)
+{
+    const std::string text = std::string(aOperation) + " file \"" + aPath + "\": " + aWhy;
+    ktstd_fail_FileIO::Raise(text.c_str(), aCode);
+}
+
+std::string reason(int aError)
+{
+    return std::generic_category().message(aError);
+}
+
+FilePtr openToRead(const fs::path& aPath) noexcept
+{
+#if defined(_WIN32)
+    return FilePtr(_wfopen(aPath.c_str(), L"rb"));
+#else
+    return FilePtr(std::fopen(aPath.c_str(), "rb"));
+#endif
+}
+
+//! Refuses folders, devices and pipes, which have no end or no content.
+void checkPlainFile(const fs::path& aFile, const std::string& aPath)
+{
+    std::error_code error;
+    const fs::file_status status = fs::status(aFile, error);
+    if (status.type() == fs::file_type::not_found) {
+        raise("read", aPath, "there is no such file", ktstd_fail_FileIO::kCannotOpen);
+    }
+    if (fs::is_directory(status)) {
+        raise("read", aPath, "it is a folder", ktstd_fail_FileIO::kCannotOpen);
+    }
+    if (error) {
+        raise("read", aPath, error.message(), ktstd_fail_FileIO::kCannotOpen);
+    }
+    if (!fs::is_regular_file(status)) {
+        raise("read", aPath, "it is no plain file", ktstd_fail_FileIO::kCannotOpen);
+    }
+}
+
+// A file being written. The calls give 0 or an error number.
+#if defined(_WIN32)
+
+int createNew(const fs::path& aPath, int& aFile) noexcept
+{
+    return _wsopen_s(&aFile, aPath.c_str(),
+                     _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT, _SH_DENYRW,
+                     _S_IREAD | _S_IWRITE);
+}
+
+long long writeSome(int aFile, const unsigned char* aData, std::size_t aSize) noexcept
+{
+    return _write(aFile, aData, static_cast<unsigned>(aSize));
+}
+
+int flushToDisk(int aFile) noexcept
+{
+    return _commit(aFile) == 0 ? 0 : errno;
+}
+
+int closeFile(int aFile) noexcept
+{
+    return _close(aFile) == 0 ? 0 : errno;
+}
+
+std::error_code moveOver(const fs::path& aFrom, const fs::path& aTo) noexcept
+{
+    if (MoveFileExW(aFrom.c_str(), aTo.c_str(),
+                    MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0) {
+        return {};
+    }
+    return std::error_code(static_cast<int>(GetLastError()), std::system_category());
+}
+
+#else
+
+int createNew(const fs::path& aPath, int& aFile) noexcept
+{
+    aFile = ::open(aPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    return aFile >= 0 ? 0 : errno;
+}
+
+long long writeSome(int aFile, const unsigned char* aData, std::size_t aSize) noexcept
+{
+    return ::write(aFile, aData, aSize);
+}
+
+int flushToDisk(int aFile) noexcept
+{
+    return ::fsync(aFile) == 0 ? 0 : errno;
+}
+
+int closeFile(int aFile) noexcept
+{
+    return ::close(aFile) == 0 ? 0 : errno;
+}
+
+std::error_code moveOver(const fs::path& aFrom, const fs::path& aTo) noexcept
+{
+    std::error_code error;
+    fs::rename(aFrom, aTo, error);
+    if (error) {
+        return error;
+    }
+    // The move itself is on disk when the folder is; a file system that can't do that is not asked.
+    const fs::path folder = aTo.has_parent_path() ? aTo.parent_path() : fs::path(".");
+    const int handle = ::open(folder.c_str(), O_RDONLY | O_CLOEXEC);
+    if (handle >= 0) {
+        ::fsync(handle);
+        ::close(handle);
+    }
+    return {};
+}
+
+#endif
+
+int writeAll(int aFile, const std::vector<unsigned char>& aBytes) noexcept
+{
+    for (std::size_t at = 0; at < aBytes.size();) {
+        const long long written = writeSome(aFile, aBytes.data() + at,
+                                            std::min<std::size_t>(aBytes.size() - at, 1 << 28));
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            return written < 0 ? errno : ENOSPC;
+        }
+        at += static_cast<std::size_t>(written);
+    }
+    return flushToDisk(aFile);
+}
+
+//! Removes a file when it goes, unless the file was kept.
+class Temporary
+{
+public:
+    //! Makes a new file beside the target.
+    Temporary(const fs::path& aTarget, const std::string& aPath)
+    {
+        int error = EEXIST;
+        for (int i = 0; error == EEXIST && i < kMaxTemporaries; ++i) {
+            mPath = aTarget;
+            mPath += ".~" + std::to_string(i);
+            error = createNew(mPath, mFile);
+        }
+        if (error != 0) {
+            raise("write", aPath, "no file can be made beside it: " + reason(error),
+                  ktstd_fail_FileIO::kCannotWrite);
+        }
+    }
+    Temporary(const Temporary&) = delete;
+    Temporary& operator=(const Temporary&) = delete;
+    ~Temporary()
+    {
+        if (mFile >= 0) {
+            closeFile(mFile);
+        }
+        if (!mIsKept) {
+            std::error_code ignored;
+            fs::remove(mPath, ignored);
+        }
+    }
+
+    void Fill(const std::vector<unsigned char>& aBytes, const std::string& aPath)
+    {
+        int error = writeAll(mFile, aBytes);
+        const int closing = closeFile(std::exchange(mFile, -1));
+        error = error != 0 ? error : closing;
+        if (error != 0) {
+            raise("write", aPath, reason(error), ktstd_fail_FileIO::kCannotWrite);
+        }
+    }
+
+    void MoveTo(const fs::path& aTarget, const std::string& aPath)
+    {
+        std::error_code error;
+        const fs::file_status old = fs::status(aTarget, error);
+        if (fs::is_directory(old)) {
+            raise("write", aPath, "it is a folder", ktstd_fail_FileIO::kCannotWrite);
+        }
+        if (fs::exists(old)) {
+            fs::permissions(mPath, old.permissions(), error);
+        }
+        error = moveOver(mPath, aTarget);
+        if (error) {
+            raise("write", aPath, error.message(), ktstd_fail_FileIO::kCannotWrite);
+        }
+        mIsKept = true;
+    }
+
+private:
+    fs::path mPath;
+    int mFile{-1};
+    bool mIsKept{false};
+};
+
+//! Follows a symbolic link to the file that is to be replaced.
+fs::path finalTarget(const fs::path& aPath)
+{
+    std::error_code error;
+    if (fs::is_symlink(fs::symlink_status(aPath, error))) {
+        const fs::path target = fs::canonical(aPath, error);
+        if (!error) {
+            return target;
+        }
+    }
+    return aPath;
+}
+
+} // namespace
+
+namespace ktstd_detail {
+
+std::vector<unsigned char> ReadWholeFile(const std::string& aPath,
+                                         const std::vector<unsigned char>& aStart)
+{
+    if (aPath.empty()) {
+        raise("read", aPath, "the path is empty", ktstd_fail_FileIO::kCannotOpen);
+    }
+    const fs::path path = fs::u8path(aPath);
+    checkPlainFile(path, aPath);
+    const FilePtr file = openToRead(path);
+    if (!file) {
+        raise("read", aPath, reason(errno), ktstd_fail_FileIO::kCannotOpen);
+    }
+    std::vector<unsigned char> bytes;
+    for (;;) {
+        const std::size_t size = bytes.size();
+        if (size == kBlock) {
+            std::error_code error;
+            const auto whole = fs::file_size(path, error);
+            bytes.reserve(error ? 0 : static_cast<std::size_t>(whole) + kBlock);
+        }
+        bytes.resize(size + kBlock);
+        const std::size_t read = std::fread(bytes.data() + size, 1, kBlock, file.get());
+        bytes.resize(size + read);
+        if (bytes.size() >= aStart.size() && size == 0 &&
+            !std::equal(aStart.begin(), aStart.end(), bytes.begin())) {
+            raise("read", aPath, "it is no archive, at byte 0", ktstd_fail_FileIO::kForeign);
+        }
+        if (read < kBlock) {
+            break;
+        }
+    }
+    if (std::ferror(file.get()) != 0) {
+        raise("read", aPath, reason(errno), ktstd_fail_FileIO::kCannotRead);
+    }
+    return bytes;
+}
+
+void WriteWholeFile(const std::string& aPath, const std::vector<unsigned char>& aBytes)
+{
+    if (aPath.empty()) {
+        raise("write", aPath, "the path is empty", ktstd_fail_FileIO::kCannotWrite);
+    }
+    const fs::path target = finalTarget(fs::u8path(aPath));
+    Temporary temporary(target, aPath);
+    temporary.Fill(aBytes, aPath);
+    temporary.MoveTo(target, aPath);
+}
+
+} // namespace ktstd_detail

@@ -1,0 +1,121 @@
+#include "ktstd/ktstd_Schema.h"
+
+#include "ktstd/ktstd_Archive.h"
+#include "ktstd/ktstd_AsciiString.h"
+
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+struct Entry
+{
+    long newest;
+    ktstd_Schema::Maker maker;
+};
+
+constexpr std::size_t kLongestName = 255;
+
+std::map<std::string, Entry, std::less<>>& entries()
+{
+    static std::map<std::string, Entry, std::less<>> sEntries;
+    return sEntries;
+}
+
+const ktstd_Archive* sArchiveBeingRead = nullptr;
+
+bool isGoodEntry(const char* aName, long aNewest) noexcept
+{
+    if (aName == nullptr || aNewest < 0 || aNewest > std::numeric_limits<std::int32_t>::max()) {
+        return false;
+    }
+    const std::size_t length = std::strlen(aName);
+    return length >= 1 && length <= kLongestName;
+}
+
+} // namespace
+
+unsigned char ktstd_Schema::Register(const char* aName, long aNewest, Maker aMaker)
+{
+    if (!isGoodEntry(aName, aNewest)) {
+        return 0;
+    }
+    return entries().emplace(aName, Entry{aNewest, aMaker}).second ? 1 : 0;
+}
+
+unsigned char ktstd_Schema::Unregister(const char* aName) noexcept
+{
+    const auto found = aName != nullptr ? entries().find(aName) : entries().end();
+    if (found == entries().end()) {
+        return 0;
+    }
+    entries().erase(found);
+    return 1;
+}
+
+long ktstd_Schema::ClassVersion(const ktstd_AsciiString& aName)
+{
+    return sArchiveBeingRead != nullptr ? sArchiveBeingRead->ClassVersion(aName)
+                                        : LastClassVersion(aName);
+}
+
+long ktstd_Schema::LastClassVersion(const ktstd_AsciiString& aName)
+{
+    const auto found = entries().find(aName.ToCString());
+    return found != entries().end() ? found->second.newest : -1;
+}
+
+Hnd_ktstd_Transient ktstd_Schema::Make(const std::string& aName)
+{
+    const auto found = entries().find(aName);
+    if (found == entries().end() || found->second.maker == nullptr) {
+        return Hnd_ktstd_Transient();
+    }
+    return found->second.maker();
+}
+
+unsigned char ktstd_Schema::CanMake(const std::string& aName)
+{
+    const auto found = entries().find(aName);
+    return found != entries().end() && found->second.maker != nullptr ? 1 : 0;
+}
+
+std::map<std::string, long> ktstd_Schema::NewestVersions()
+{
+    std::map<std::string, long> versions;
+    for (const auto& [name, entry] : entries()) {
+        versions.emplace_hint(versions.end(), name, entry.newest);
+    }
+    return versions;
+}
+
+void ktstd_Schema::SetArchiveBeingRead(const ktstd_Archive* aArchive) noexcept
+{
+    sArchiveBeingRead = aArchive;
+}
+
+void ktstd_Schema::ForgetArchive(const ktstd_Archive* aArchive) noexcept
+{
+    if (sArchiveBeingRead == aArchive) {
+        sArchiveBeingRead = nullptr;
+    }
+}
+
+ktstd_SchemaEntry::ktstd_SchemaEntry(const char* aName, long aNewest,
+                                     ktstd_Schema::Maker aMaker) noexcept
+    : mName(aName)
+{
+    try {
+        mIsRegistered = ktstd_Schema::Register(aName, aNewest, aMaker);
+    } catch (...) {
+        mIsRegistered = 0; // no memory: the class is unknown to archives, which say so
+    }
+}
+
+ktstd_SchemaEntry::~ktstd_SchemaEntry()
+{
+    if (mIsRegistered != 0) {
+        ktstd_Schema::Unregister(mName);
+    }
+}

@@ -1,0 +1,5 @@
+#include "ktstd/ktstd_SeqNode.h"
+
+KTSTD_DEFINE_TYPE(ktstd_SeqNode, ktstd_TShared)
+
+ktstd_SeqNode::~ktstd_SeqNode() = default;

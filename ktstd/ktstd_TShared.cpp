@@ -1,0 +1,67 @@
+#include "ktstd/ktstd_TShared.h"
+
+#include "ktstd/ktstd_Pool_detail.h"
+
+#include <new>
+
+namespace {
+
+//! Deletions inside one another before the rest has to wait for the outermost.
+constexpr int kMaxNesting = 64;
+
+//! An object without holders that is deleted later.
+struct Waiting
+{
+    const ktstd_TShared* object;
+    Waiting* next;
+};
+
+int sNesting = 0;
+Waiting* sWaiting = nullptr;
+
+//! @return  false when there is no memory to note the object
+bool postpone(const ktstd_TShared* aObject) noexcept
+{
+    auto* const entry = new (std::nothrow) Waiting{aObject, sWaiting};
+    if (entry != nullptr) {
+        sWaiting = entry;
+    }
+    return entry != nullptr;
+}
+
+} // namespace
+
+KTSTD_DEFINE_TYPE(ktstd_TShared, ktstd_Transient)
+
+ktstd_TShared::~ktstd_TShared() = default;
+
+void ktstd_TShared::Delete() const
+{
+    if (sNesting >= kMaxNesting && postpone(this)) {
+        return;
+    }
+    ++sNesting;
+    delete this;
+    while (sNesting == 1 && sWaiting != nullptr) {
+        const Waiting entry = *sWaiting;
+        delete sWaiting;
+        sWaiting = entry.next;
+        delete entry.object;
+    }
+    --sNesting;
+}
+
+void ktstd_TShared::Serialize(ktstd_Archive& aArchive)
+{
+    ktstd_Transient::Serialize(aArchive);
+}
+
+void* ktstd_TShared::operator new(std::size_t aSize)
+{
+    return ktstd_detail::AllocatePooled(aSize);
+}
+
+void ktstd_TShared::operator delete(void* aMemory, std::size_t aSize) noexcept
+{
+    ktstd_detail::FreePooled(aMemory, aSize);
+}

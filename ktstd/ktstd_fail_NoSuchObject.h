@@ -1,0 +1,5 @@
+//! @file
+//! ktstd_fail_NoSuchObject and its handle, which are declared with the other failures.
+#pragma once
+
+#include "ktstd/ktstd_fail.h"

@@ -1,0 +1,38 @@
+//! @file
+//! Open documents and the application, as the session and their automation objects see them.
+
+#pragma once
+
+#include "standin/Part.h"
+
+#include <memory>
+#include <string>
+
+namespace standin {
+
+//! An open document.
+class OpenDocument
+{
+public:
+    std::string fullName;
+    LivePartPtr part;
+    bool open = true;
+    Object* object = nullptr; //!< the automation object, while it lives
+
+    //! Gives the name without folders.
+    [[nodiscard]] std::string name() const;
+    //! Puts another part in the old one's place and disconnects the old one's objects.
+    void replace(std::shared_ptr<const PartContent> content);
+};
+
+//! Closes a document and takes it out of the session's list.
+void closeDocument(HostState& host, const std::shared_ptr<OpenDocument>& document);
+
+//! Gives the automation object of a document: the living one, or a new one.
+[[nodiscard]] IDispatchPtr documentObject(const std::shared_ptr<HostState>& host,
+                                          const std::shared_ptr<OpenDocument>& document);
+
+//! Gives the application's automation object: the living one, or a new one.
+[[nodiscard]] IDispatchPtr applicationObject(const std::shared_ptr<HostState>& host);
+
+} // namespace standin

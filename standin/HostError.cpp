@@ -1,0 +1,7 @@
+#include "standin/HostError.h"
+
+namespace standin {
+
+HostError::~HostError() = default;
+
+} // namespace standin

@@ -1,0 +1,114 @@
+#include "standin/Call.h"
+#include "standin/Ids.h"
+#include "standin/Part.h"
+
+#include <numeric>
+#include <utility>
+#include <vector>
+
+namespace standin {
+namespace {
+
+std::vector<std::size_t> upTo(std::size_t count)
+{
+    std::vector<std::size_t> all(count);
+    std::iota(all.begin(), all.end(), std::size_t{0});
+    return all;
+}
+
+LONG selectorOf(const Call& call)
+{
+    return call.given(0) ? call.integer(0) : igQueryAll;
+}
+
+//! What a body was modelled by.
+class Model : public PartObject
+{
+public:
+    using PartObject::PartObject;
+
+    void bodyObject(Call& call)
+    {
+        call.answer(asObject(objectOf({EntityKind::body, entity().body, 0})));
+    }
+
+    static const ClassInfo& table();
+};
+
+const ClassInfo& Model::table()
+{
+    static const ClassInfo info{"Model",
+                                &kIidModel,
+                                {
+                                    {49, "Body", kGet, {}, handle<Model, &Model::bodyObject>},
+                                }};
+    return info;
+}
+
+class Body : public PartObject
+{
+public:
+    using PartObject::PartObject;
+
+    void type(Call& call) { call.answer(asLong(igBody)); }
+    void isSolid(Call& call) { call.answer(asBool(body().solid)); }
+    void visible(Call& call) { call.answer(asBool(true)); }
+    void faces(Call& call)
+    {
+        const std::vector<std::size_t> chosen =
+            selectFaces(body(), upTo(body().faces.size()), selectorOf(call));
+        call.answer(asObject(newFaces(hostState(), live(), entity().body, chosen)));
+    }
+    void edges(Call& call)
+    {
+        const std::vector<std::size_t> chosen =
+            selectEdges(body(), upTo(body().edges.size()), selectorOf(call));
+        call.answer(asObject(newEdges(hostState(), live(), entity().body, chosen)));
+    }
+    void range(Call& call) { exactRange(call); }
+    void key(Call& call) { referenceKey(call); }
+
+    static const ClassInfo& table();
+};
+
+const ClassInfo& Body::table()
+{
+    static const std::vector<Parameter> range{{L"MinRangePoint", Shape::doubles},
+                                              {L"MaxRangePoint", Shape::doubles}};
+    static const ClassInfo info{
+        "Body",
+        &kIidBody,
+        {
+            // The host declares the selectors of Edges and Faces as required; both forms are
+            // answered.
+            {52, "Edges", kGet, {{L"EdgeType", Shape::longIn, true}}, handle<Body, &Body::edges>},
+            {53, "Faces", kGet, {{L"FaceType", Shape::longIn, true}}, handle<Body, &Body::faces>},
+            {58, "GetRange", kMethod, range, handle<Body, &Body::range>},
+            {60, "Type", kGet, {}, handle<Body, &Body::type>},
+            {65, "IsSolid", kGet, {}, handle<Body, &Body::isSolid>},
+            {70,
+             "GetReferenceKey",
+             kMethod,
+             {{L"ReferenceKey", Shape::bytes}, {L"KeySize", Shape::variantOut, true}},
+             handle<Body, &Body::key>},
+            {129, "GetExactRange", kMethod, range, handle<Body, &Body::range>},
+            {518, "Visible", kGet, {}, handle<Body, &Body::visible>},
+        }};
+    return info;
+}
+
+} // namespace
+
+IDispatchPtr newModel(const std::shared_ptr<HostState>& host, const LivePartPtr& part,
+                      const Entity& entity, bool known)
+{
+    return owned(new Model(host, Model::table(), part, entity, known));
+}
+
+IDispatchPtr newBody(const std::shared_ptr<HostState>& host, const LivePartPtr& part,
+                     const Entity& entity, bool known)
+{
+    return owned(new Body(host, Body::table(), part, entity, known));
+}
+
+} // namespace standin

@@ -1,0 +1,73 @@
+//! @file
+//! Base of all automation objects of the stand-in host: identity, counting, names and calls from
+//! the class's table, and on the way the session's journal and fault plan.
+
+#pragma once
+
+#include "com/Com.h"
+#include "standin/FaultPlan.h"
+#include "standin/Member.h"
+
+#include <memory>
+
+namespace standin {
+
+struct HostState;
+
+#if defined(__MINGW32__)
+// The platform's IDispatch has a public destructor that is not virtual; nobody deletes through it.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+#endif
+
+//! An automation object. New ones count zero references; take them into a smart pointer at once.
+class Object : public IDispatch
+{
+public:
+    Object(const Object&) = delete;
+    Object& operator=(const Object&) = delete;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
+    ULONG STDMETHODCALLTYPE AddRef() override;
+    ULONG STDMETHODCALLTYPE Release() override;
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override;
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID lcid, ITypeInfo** info) override;
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID iid, LPOLESTR* names, UINT count, LCID lcid,
+                                            DISPID* ids) override;
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID iid, LCID lcid, WORD flags,
+                                     DISPPARAMS* params, VARIANT* result, EXCEPINFO* exception,
+                                     UINT* argError) override;
+
+    [[nodiscard]] const ClassInfo& info() const noexcept { return classInfo; }
+    //! Gives the object's number in its session, 1 for the first one.
+    [[nodiscard]] long number() const noexcept { return serial; }
+    //! Makes another COM object for the same thing, or gives this one where there is no such.
+    [[nodiscard]] virtual IDispatchPtr twin() { return IDispatchPtr(this); }
+
+protected:
+    Object(std::shared_ptr<HostState> hostState, const ClassInfo& info);
+    // NOLINTNEXTLINE(modernize-use-override): IDispatch's has no destructor to override on Windows
+    virtual ~Object();
+
+    //! Tells whether what the object stands for still exists.
+    [[nodiscard]] virtual bool connected() const noexcept { return true; }
+    [[nodiscard]] HostState& host() const noexcept { return *state; }
+    [[nodiscard]] const std::shared_ptr<HostState>& hostState() const noexcept { return state; }
+
+private:
+    HRESULT resolveNames(REFIID iid, LPOLESTR* names, UINT count, DISPID* ids);
+    HRESULT perform(const FaultPlan::Site& site, const Member* member, REFIID iid, WORD flags,
+                    DISPPARAMS* params, VARIANT* result, UINT* argError, JournalEntry& entry,
+                    std::string& failure);
+
+    std::shared_ptr<HostState> state;
+    const ClassInfo& classInfo;
+    ULONG references = 0;
+    long serial = 0;
+};
+
+#if defined(__MINGW32__)
+#pragma GCC diagnostic pop
+#endif
+
+} // namespace standin

@@ -1,0 +1,135 @@
+//! @file
+//! The stand-in host: a CAD host without a window, for tests and tools. A session opens parts and
+//! hands out their automation objects; what those answer is described in docs/stand-in-host.md.
+
+#pragma once
+
+#include "com/Com.h"
+#include "standin/Census.h"
+#include "standin/FaultPlan.h"
+#include "standin/HostError.h"
+#include "standin/Journal.h"
+#include "standin/geom/Brep.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace standin {
+
+struct HostState;
+class PartContent;
+
+//! How a document answers BindKeyToObject when no object has the key.
+enum class UnboundKey
+{
+    nullObject, //!< success, and a null object
+    failure,    //!< SessionOptions::unboundCode
+};
+
+struct SessionOptions
+{
+    UnboundKey unboundKey = UnboundKey::nullObject;
+    HRESULT unboundCode = E_INVALIDARG;
+    //! Reference keys carry this number. Sessions with different numbers give other keys for the
+    //! same object; each binds the keys of the other.
+    std::uint32_t keySalt = 0;
+};
+
+struct OpenOptions
+{
+    std::string as; //!< the document's FullName; empty: the path
+    //! Which part of a file with several: the product's index in geom::Model::products. kNone: the
+    //! only one that has bodies.
+    std::size_t product = geom::kNone;
+};
+
+//! A running host.
+//!
+//! Every IDispatchPtr handed out is owned by the receiver. The session keeps its documents open
+//! whether or not anybody holds their objects; objects may outlive the session. Objects of a closed
+//! document, of an ended session, or of bodies that a change replaced answer every Invoke and
+//! GetIDsOfNames with RPC_E_DISCONNECTED. One thread only.
+//!
+//! Reference keys. The keys of a part depend on the part alone, so that the same file gives the
+//! same keys in a later process and on another platform. Under one full name a session remembers
+//! the part opened there last: when another part is opened as that name, what is recognisably the
+//! same body, face or edge keeps its key. A session that has not had the old part open itself is
+//! told of it by openChanged.
+class Session
+{
+public:
+    explicit Session(const SessionOptions& options = {});
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+    //! Closes every document.
+    ~Session();
+
+    //! Opens a part from a STEP file.
+    //! @param path  UTF-8
+    //! @return      the part document
+    //! @throws step::StepError  the file can't be used
+    //! @throws HostError        a document of that name is open; the file holds no part or, when
+    //!                          none is chosen, several (the text lists them)
+    IDispatchPtr openPart(const std::string& path, const OpenOptions& options = {});
+
+    //! Opens a part from memory.
+    //! @param fullName  as FullName is to answer, UTF-8; not empty
+    //! @throws HostError  as for a file
+    IDispatchPtr openPart(geom::Model model, const std::string& fullName,
+                          const OpenOptions& options = {});
+
+    //! Opens every part of a STEP file, one document for each product that has bodies, in the order
+    //! of the file. A single one is named as the file; several are named "path!product", with
+    //! "(2)", "(3)", ... behind a name that occurs again.
+    //! @throws  as openPart
+    std::vector<IDispatchPtr> openParts(const std::string& path, const OpenOptions& options = {});
+
+    //! Opens a changed part in place of an old one: what is recognisable of the old file keeps the
+    //! key that it has there. The document is named as the old file unless options say otherwise.
+    //! @throws  as openPart
+    IDispatchPtr openChanged(const std::string& oldPath, const std::string& newPath,
+                             const OpenOptions& options = {});
+
+    //! Changes an open document in place, as a recompute does: the document object lives on, the
+    //! objects of its models, bodies, faces and edges are disconnected, keys follow what is
+    //! recognisable.
+    //! @throws HostError  the object is not an open document of this session; the model holds no
+    //!                    part or several
+    void change(IDispatch* document, geom::Model model, const OpenOptions& options = {});
+
+    //! Closes a document, as its own Close does.
+    //! @throws HostError  the object is not an open document of this session
+    void close(IDispatch* document);
+
+    //! Gives a document another full name, as saving under a new name does. Keys stay.
+    //! @throws HostError  the object is not an open document of this session; the name is empty or
+    //!                    in use by another open document
+    void rename(IDispatch* document, const std::string& fullName);
+
+    //! Gives the application object.
+    [[nodiscard]] IDispatchPtr application();
+    //! Gives the open document of a full name, null when there is none.
+    [[nodiscard]] IDispatchPtr document(const std::string& fullName);
+    //! Gives the open documents, oldest first.
+    [[nodiscard]] std::vector<IDispatchPtr> documents();
+
+    //! Gives the part behind an open document: its bodies in the order of the models collection.
+    //! @throws HostError  the object is not an open document of this session
+    [[nodiscard]] const std::vector<geom::Body>& bodies(IDispatch* document) const;
+    //! Gives what the reader of the document's file left out, one line each.
+    //! @throws HostError  the object is not an open document of this session
+    [[nodiscard]] const std::vector<std::string>& warnings(IDispatch* document) const;
+
+    [[nodiscard]] FaultPlan& faults() noexcept;
+    [[nodiscard]] Journal& journal() noexcept;
+    [[nodiscard]] const Census& census() const noexcept;
+
+private:
+    IDispatchPtr open(std::shared_ptr<PartContent> content, const std::string& fullName);
+
+    std::shared_ptr<HostState> state;
+};
+
+} // namespace standin

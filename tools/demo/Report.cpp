@@ -1,0 +1,121 @@
+#include "demo/Report.h"
+
+#include <nlohmann/json.hpp>
+
+#include <iomanip>
+#include <locale>
+#include <sstream>
+
+namespace demo {
+namespace {
+
+//! Above this many changes the text names the first ones only; --json has them all.
+constexpr std::size_t kMaxChangesShown = 12;
+
+std::ostringstream classicStream()
+{
+    std::ostringstream out;
+    out.imbue(std::locale::classic());
+    return out;
+}
+
+std::string changeLine(const Change& change)
+{
+    std::ostringstream out = classicStream();
+    out << "  " << std::left << std::setw(18) << change.object << std::right;
+    const std::string kind = change.isBody ? "face" : "edge";
+    const char* separator = "";
+    const auto tell = [&](const std::string& text) {
+        out << separator << text;
+        separator = ", ";
+    };
+    const auto tellNumber = [&](long number, const char* what) {
+        if (number != 0) {
+            tell(std::to_string(number) + " " + kind + (number == 1 ? " " : "s ") + what);
+        }
+    };
+    if ((change.bits & 1U) != 0U) {
+        tell("its box");
+    }
+    tellNumber(change.gone, "gone");
+    tellNumber(change.fresh, "new");
+    tellNumber(change.altered, "altered");
+    out << "\n";
+    return out.str();
+}
+
+} // namespace
+
+std::string stepLine(const std::string& name, const std::string& text, double seconds)
+{
+    std::ostringstream out = classicStream();
+    out << std::left << std::setw(10) << name << std::setw(56) << text << std::right << std::fixed
+        << std::setprecision(3) << std::setw(8) << seconds << " s\n";
+    return out.str();
+}
+
+std::string closingText(const LifeReport& report)
+{
+    std::ostringstream out = classicStream();
+    std::size_t shown = 0;
+    for (const Change& change : report.changes) {
+        if (shown++ == kMaxChangesShown) {
+            out << "  ... and " << report.changes.size() - kMaxChangesShown
+                << " more (--json names them all)\n";
+            break;
+        }
+        out << changeLine(change);
+    }
+    double total = 0.0;
+    for (const auto& step : report.seconds) {
+        total += step.second;
+    }
+    for (const std::string& warning : report.warnings) {
+        out << "warning: " << warning << "\n";
+    }
+    out << std::fixed << std::setprecision(3) << "done in " << total << " s with "
+        << report.hostCalls << " host calls\n";
+    return out.str();
+}
+
+std::string jsonText(const LifeReport& report)
+{
+    nlohmann::ordered_json json;
+    json["part"] = report.part;
+    if (!report.changed.empty()) {
+        json["changed"] = report.changed;
+    }
+    json["bodies"] = report.bodies;
+    json["faces"] = report.faces;
+    json["edges"] = report.edges;
+    json["references"] = report.references;
+    json["box"] = {{"min", report.boxMin}, {"max", report.boxMax}};
+    json["loops"] = nlohmann::ordered_json::array();
+    for (const FaceLoops& loops : report.loops) {
+        json["loops"].push_back({{"face", loops.face},
+                                 {"surface", loops.surface},
+                                 {"closed", loops.closed},
+                                 {"leftover", loops.leftover}});
+    }
+    json["saved_bytes"] = report.savedBytes;
+    json["read_back"] = report.readBack;
+    json["bound"] = report.bound;
+    json["unbound"] = report.unbound;
+    json["changes"] = nlohmann::ordered_json::array();
+    for (const Change& change : report.changes) {
+        json["changes"].push_back({{"object", change.object},
+                                   {"bits", change.bits},
+                                   {"gone", change.gone},
+                                   {"new", change.fresh},
+                                   {"altered", change.altered}});
+    }
+    json["host_calls"] = report.hostCalls;
+    json["seconds"] = nlohmann::ordered_json::object();
+    for (const auto& step : report.seconds) {
+        json["seconds"][step.first] = step.second;
+    }
+    json["warnings"] = report.warnings;
+    return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+} // namespace demo
