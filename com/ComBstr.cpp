@@ -2,7 +2,6 @@
 
 #include "com/ComCodes.h"
 #include "com/ComError.h"
-#include "com/ComText.h"
 #include "com/ComVariantT.h"
 
 #include <atomic>
@@ -10,7 +9,6 @@
 #include <cwchar>
 #include <memory>
 #include <new>
-#include <string>
 
 namespace {
 
@@ -100,6 +98,7 @@ _bstr_t::_bstr_t(const _variant_t& value)
 _bstr_t::_bstr_t(BSTR string, bool copy) : mShared(Shared::make(copy ? duplicate(string) : string))
 {}
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): it shares with itself, so nothing is done
 _bstr_t& _bstr_t::operator=(const _bstr_t& other) noexcept
 {
     if (mShared != other.mShared) {
@@ -305,32 +304,6 @@ _bstr_t operator+(const char* left, const _bstr_t& right)
 _bstr_t operator+(const wchar_t* left, const _bstr_t& right)
 {
     return _bstr_t(left) + right;
-}
-
-BSTR _com_util::ConvertStringToBSTR(const char* text)
-{
-    if (text == nullptr) {
-        return nullptr;
-    }
-    const std::wstring wide = com::fromUtf8(text);
-    const BSTR string = wide.size() > ~UINT{0}
-                            ? nullptr
-                            : SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size()));
-    if (string == nullptr) {
-        _com_issue_error(E_OUTOFMEMORY);
-    }
-    return string;
-}
-
-char* _com_util::ConvertBSTRToString(BSTR string)
-{
-    if (string == nullptr) {
-        return nullptr;
-    }
-    const std::string narrow = com::toUtf8(string, SysStringLen(string));
-    char* const text = new char[narrow.size() + 1];
-    std::memcpy(text, narrow.c_str(), narrow.size() + 1);
-    return text;
 }
 
 void _com_util::CheckError(HRESULT hr)

@@ -5,6 +5,9 @@
 
 #include "com/ComString.h"
 
+// NOLINTBEGIN(google-explicit-constructor,bugprone-reserved-identifier): names and conversions are
+// the platform's.
+
 class _variant_t;
 
 //! A string that counts who shares it. Copies share one BSTR. An object made by default holds
@@ -45,9 +48,9 @@ public:
     bool operator>=(const _bstr_t& other) const noexcept;
 
     //! Gives the number of characters.
-    unsigned int length() const noexcept;
+    [[nodiscard]] unsigned int length() const noexcept;
     //! Gives a copy that the caller frees, or with false the string itself, which stays here.
-    BSTR copy(bool makeCopy = true) const;
+    [[nodiscard]] BSTR copy(bool makeCopy = true) const;
 
     _bstr_t& operator+=(const _bstr_t& other);
     _bstr_t operator+(const _bstr_t& other) const;
@@ -65,7 +68,7 @@ public:
 
 private:
     struct Shared;
-    int compare(const _bstr_t& other) const noexcept;
+    [[nodiscard]] int compare(const _bstr_t& other) const noexcept;
     void release() noexcept;
     void reset(Shared* shared) noexcept;
 
@@ -89,3 +92,5 @@ KTCOM_EXPORT char* ConvertBSTRToString(BSTR string);
 KTCOM_EXPORT void CheckError(HRESULT hr);
 
 } // namespace _com_util
+
+// NOLINTEND(google-explicit-constructor,bugprone-reserved-identifier)

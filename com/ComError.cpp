@@ -144,17 +144,3 @@ void _com_raise_error(HRESULT hr, IErrorInfo* info)
 {
     throw _com_error(hr, info);
 }
-
-void _com_issue_errorex(HRESULT hr, IUnknown* object, REFIID riid)
-{
-    IErrorInfo* info = nullptr;
-    void* found = nullptr;
-    if (object != nullptr && SUCCEEDED(object->QueryInterface(IID_ISupportErrorInfo, &found))) {
-        ISupportErrorInfo* const support = static_cast<ISupportErrorInfo*>(found);
-        if (support->InterfaceSupportsErrorInfo(riid) == S_OK) {
-            GetErrorInfo(0, &info);
-        }
-        support->Release();
-    }
-    throw _com_error(hr, info);
-}

@@ -5,6 +5,9 @@
 #include "com/ComBstr.h"
 #include "com/ComInterfaces.h"
 
+// NOLINTBEGIN(google-explicit-constructor,bugprone-reserved-identifier): names and conversions are
+// the platform's.
+
 //! A failing result code, with what the failing object told about it if it did.
 //! Copies share the error information. May be thrown across library boundaries.
 class KTCOM_EXPORT _com_error
@@ -57,3 +60,5 @@ private:
 
 //! Raises `_com_error` for a code, taking over the reference on @p info.
 [[noreturn]] KTCOM_EXPORT void _com_raise_error(HRESULT hr, IErrorInfo* info = nullptr);
+
+// NOLINTEND(google-explicit-constructor,bugprone-reserved-identifier)

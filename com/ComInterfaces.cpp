@@ -37,6 +37,7 @@ HRESULT copyText(BSTR held, BSTR* copy)
     return *copy == nullptr ? E_OUTOFMEMORY : S_OK;
 }
 
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): ends in Release only
 class ErrorInformation final : public ICreateErrorInfo, public IErrorInfo
 {
 public:

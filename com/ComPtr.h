@@ -10,6 +10,9 @@
 #include <cstddef>
 #include <cstdint>
 
+// NOLINTBEGIN(google-explicit-constructor,bugprone-reserved-identifier): names and conversions are
+// the platform's.
+
 //! An interface together with its identifier.
 template <typename InterfaceType, const IID* Identifier>
 class KTCOM_EXPORT _com_IIID
@@ -61,17 +64,15 @@ public:
     }
     //! Takes the object that a value holds; a value that is no object raises its conversion's code.
     _com_ptr_t(const _variant_t& value) { queryVariant(value); }
-    _com_ptr_t& operator=(const _com_ptr_t& other) noexcept { return *this = other.mPointer; }
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the same pointer is not assigned
+    _com_ptr_t& operator=(const _com_ptr_t& other) noexcept
+    {
+        assign(other.mPointer);
+        return *this;
+    }
     _com_ptr_t& operator=(Interface* pointer) noexcept
     {
-        if (mPointer != pointer) {
-            Interface* const old = mPointer;
-            mPointer = pointer;
-            addReference();
-            if (old != nullptr) {
-                old->Release();
-            }
-        }
+        assign(pointer);
         return *this;
     }
     template <typename OtherIIID>
@@ -93,17 +94,20 @@ public:
     }
     _com_ptr_t& operator=(std::nullptr_t) noexcept
     {
-        return *this = static_cast<Interface*>(nullptr);
+        assign(nullptr);
+        return *this;
     }
     _com_ptr_t& operator=(int null)
     {
         requireNull(null);
-        return *this = nullptr;
+        assign(nullptr);
+        return *this;
     }
     _com_ptr_t& operator=(long null)
     {
         requireNull(null);
-        return *this = nullptr;
+        assign(nullptr);
+        return *this;
     }
     ~_com_ptr_t() { releaseIfAny(); }
 
@@ -215,6 +219,17 @@ public:
     }
 
 private:
+    void assign(Interface* pointer) noexcept
+    {
+        if (mPointer != pointer) {
+            Interface* const old = mPointer;
+            mPointer = pointer;
+            addReference();
+            if (old != nullptr) {
+                old->Release();
+            }
+        }
+    }
     void addReference() noexcept
     {
         if (mPointer != nullptr) {
@@ -240,7 +255,7 @@ private:
             _com_issue_error(E_POINTER);
         }
     }
-    bool isNull(long null) const
+    [[nodiscard]] bool isNull(long null) const
     {
         requireNull(null);
         return mPointer == nullptr;
@@ -249,7 +264,7 @@ private:
     HRESULT query(OtherInterface* other)
     {
         if (other == nullptr) {
-            *this = nullptr;
+            assign(nullptr);
             return E_NOINTERFACE;
         }
         void* found = nullptr;
@@ -281,7 +296,7 @@ private:
         _variant_t object;
         const HRESULT hr = VariantChangeType(&object, &value, 0, VT_UNKNOWN);
         if (FAILED(hr)) {
-            *this = nullptr;
+            assign(nullptr);
             raiseUnlessNoInterface(hr);
             return;
         }
@@ -335,6 +350,7 @@ bool operator!=(OtherInterface* other, const _com_ptr_t<IIIDType>& pointer)
 
 //! Names the smart pointer of an interface: `_COM_SMARTPTR_TYPEDEF(IFace, IID_IFace)` makes
 //! IFacePtr.
+// NOLINTNEXTLINE(readability-identifier-naming): the platform's name
 #define _COM_SMARTPTR_TYPEDEF(Interface, iid)                                                      \
     typedef _com_ptr_t<_com_IIID<Interface, &(iid)>> Interface##Ptr
 
@@ -344,3 +360,5 @@ _COM_SMARTPTR_TYPEDEF(IErrorInfo, IID_IErrorInfo);
 _COM_SMARTPTR_TYPEDEF(ICreateErrorInfo, IID_ICreateErrorInfo);
 _COM_SMARTPTR_TYPEDEF(ISupportErrorInfo, IID_ISupportErrorInfo);
 _COM_SMARTPTR_TYPEDEF(IEnumVARIANT, IID_IEnumVARIANT);
+
+// NOLINTEND(google-explicit-constructor,bugprone-reserved-identifier)

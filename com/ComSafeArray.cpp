@@ -127,22 +127,35 @@ void freeDescriptor(SAFEARRAY* array)
     std::free(blockOf(array));
 }
 
-template <typename Type>
-Type& as(void* element)
+// Elements are read and written as bytes: one place holds pointers of several types.
+template <typename Pointer>
+Pointer loadPointer(const void* element)
 {
-    return *static_cast<Type*>(element);
+    Pointer pointer = nullptr;
+    std::memcpy(&pointer, element, sizeof(void*));
+    return pointer;
+}
+
+void storePointer(void* element, const void* pointer)
+{
+    std::memcpy(element, &pointer, sizeof pointer);
+}
+
+bool isObject(VARTYPE vt)
+{
+    return vt == VT_DISPATCH || vt == VT_UNKNOWN;
 }
 
 void clearElement(VARTYPE vt, void* element)
 {
     if (vt == VT_BSTR) {
-        SysFreeString(as<BSTR>(element));
-        as<BSTR>(element) = nullptr;
+        SysFreeString(loadPointer<BSTR>(element));
+        storePointer(element, nullptr);
     } else if (vt == VT_VARIANT) {
-        VariantClear(&as<VARIANT>(element));
-    } else if ((vt == VT_DISPATCH || vt == VT_UNKNOWN) && as<IUnknown*>(element) != nullptr) {
-        as<IUnknown*>(element)->Release();
-        as<IUnknown*>(element) = nullptr;
+        VariantClear(static_cast<VARIANT*>(element));
+    } else if (isObject(vt) && loadPointer<IUnknown*>(element) != nullptr) {
+        loadPointer<IUnknown*>(element)->Release();
+        storePointer(element, nullptr);
     }
 }
 
@@ -154,28 +167,30 @@ void clearElements(SAFEARRAY& array, ULONG from, ULONG to)
     }
 }
 
-HRESULT copyString(BSTR source, BSTR& copy)
+HRESULT copyString(const void* from, void* to)
 {
+    const BSTR source = loadPointer<BSTR>(from);
     const void* const bytes = source;
-    copy = source == nullptr
-               ? nullptr
-               : SysAllocStringByteLen(static_cast<const char*>(bytes), SysStringByteLen(source));
+    const BSTR copy = source == nullptr ? nullptr
+                                        : SysAllocStringByteLen(static_cast<const char*>(bytes),
+                                                                SysStringByteLen(source));
+    storePointer(to, copy);
     return source != nullptr && copy == nullptr ? E_OUTOFMEMORY : S_OK;
 }
 
 // Makes `to`, raw memory, a copy of its own of `from`.
-HRESULT copyElement(VARTYPE vt, ULONG size, void* from, void* to)
+HRESULT copyElement(VARTYPE vt, ULONG size, const void* from, void* to)
 {
     if (vt == VT_BSTR) {
-        return copyString(as<BSTR>(from), as<BSTR>(to));
+        return copyString(from, to);
     }
     if (vt == VT_VARIANT) {
-        VariantInit(&as<VARIANT>(to));
-        return VariantCopy(&as<VARIANT>(to), &as<VARIANT>(from));
+        VariantInit(static_cast<VARIANT*>(to));
+        return VariantCopy(static_cast<VARIANT*>(to), static_cast<const VARIANT*>(from));
     }
     std::memcpy(to, from, size);
-    if ((vt == VT_DISPATCH || vt == VT_UNKNOWN) && as<IUnknown*>(to) != nullptr) {
-        as<IUnknown*>(to)->AddRef();
+    if (isObject(vt) && loadPointer<IUnknown*>(to) != nullptr) {
+        loadPointer<IUnknown*>(to)->AddRef();
     }
     return S_OK;
 }
@@ -364,14 +379,13 @@ HRESULT SafeArrayPutElement(SAFEARRAY* array, LONG* indices, void* element) noex
         return hr;
     }
     const VARTYPE vt = blockOf(array)->vt;
-    const bool isPointer = vt == VT_BSTR || vt == VT_DISPATCH || vt == VT_UNKNOWN;
+    const bool isPointer = vt == VT_BSTR || isObject(vt);
     if (element == nullptr && !isPointer) {
         return E_INVALIDARG;
     }
     // Copied first, so that an element put in its own place survives.
-    void* pointer = element;
     alignas(VARIANT) unsigned char copy[sizeof(VARIANT)];
-    hr = copyElement(vt, array->cbElements, isPointer ? &pointer : element, copy);
+    hr = copyElement(vt, array->cbElements, isPointer ? &element : element, copy);
     if (SUCCEEDED(hr)) {
         clearElement(vt, place);
         std::memcpy(place, copy, array->cbElements);

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
+// NOLINTBEGIN(readability-identifier-naming): the platform's names
 #define STDMETHODCALLTYPE
 #define STDAPICALLTYPE
 #define WINAPI
@@ -21,6 +22,7 @@
 #define THIS_
 #define THIS void
 #define OLESTR(text) L##text
+// NOLINTEND(readability-identifier-naming)
 
 typedef std::int32_t HRESULT;
 typedef std::int32_t SCODE;
@@ -121,6 +123,11 @@ constexpr HRESULT HRESULT_FROM_WIN32(ULONG error) noexcept
     return static_cast<HRESULT>(error) <= 0
                ? static_cast<HRESULT>(error)
                : MAKE_HRESULT(SEVERITY_ERROR, FACILITY_WIN32, error & 0xFFFFu);
+}
+
+constexpr HRESULT HRESULT_FROM_WIN32(LONG error) noexcept
+{
+    return HRESULT_FROM_WIN32(static_cast<ULONG>(error));
 }
 
 //! A globally unique identifier. The text form of {00020400-0000-0000-C000-000000000046} is

@@ -7,8 +7,6 @@
 #include <cstring>
 #include <limits>
 
-_variant_t vtMissing(DISP_E_PARAMNOTFOUND, VT_ERROR);
-
 namespace {
 
 VARIANT_BOOL variantBool(bool value)
@@ -77,6 +75,8 @@ bool equalStrings(BSTR a, BSTR b)
 
 } // namespace
 
+// NOLINTBEGIN(clang-analyzer-optin.cplusplus.UninitializedObject): VARIANT{} makes all fields zero,
+// which the analyzer does not see through the union.
 _variant_t::_variant_t() noexcept : VARIANT{} {}
 
 _variant_t::_variant_t(const VARIANT& source) : VARIANT{}
@@ -219,6 +219,8 @@ _variant_t::_variant_t(ULONGLONG value) noexcept : VARIANT{}
     V_VT(this) = VT_UI8;
     V_UI8(this) = value;
 }
+
+// NOLINTEND(clang-analyzer-optin.cplusplus.UninitializedObject)
 
 _variant_t& _variant_t::operator=(const VARIANT& source)
 {

@@ -5,6 +5,9 @@
 #include "com/ComBstr.h"
 #include "com/ComVariant.h"
 
+// NOLINTBEGIN(google-explicit-constructor,bugprone-reserved-identifier): names and conversions are
+// the platform's.
+
 //! A variant that copies, converts and clears itself. Every failing copy or conversion raises
 //! `_com_error` with its code.
 //!
@@ -20,14 +23,14 @@ public:
     _variant_t(const _variant_t& source);
     //! With false takes over what @p source owns and leaves it empty.
     _variant_t(VARIANT& source, bool copy);
-    //! @param vt  VT_I2 or VT_BOOL; others raise `_com_error(E_INVALIDARG)`
-    _variant_t(short value, VARTYPE vt = VT_I2);
-    //! @param vt  VT_I4, VT_ERROR or VT_BOOL; others raise `_com_error(E_INVALIDARG)`
-    _variant_t(LONG value, VARTYPE vt = VT_I4);
-    _variant_t(long value, VARTYPE vt = VT_I4);
+    //! @param type  VT_I2 or VT_BOOL; others raise `_com_error(E_INVALIDARG)`
+    _variant_t(short value, VARTYPE type = VT_I2);
+    //! @param type  VT_I4, VT_ERROR or VT_BOOL; others raise `_com_error(E_INVALIDARG)`
+    _variant_t(LONG value, VARTYPE type = VT_I4);
+    _variant_t(long value, VARTYPE type = VT_I4);
     _variant_t(float value) noexcept;
-    //! @param vt  VT_R8 or VT_DATE; others raise `_com_error(E_INVALIDARG)`
-    _variant_t(double value, VARTYPE vt = VT_R8);
+    //! @param type  VT_R8 or VT_DATE; others raise `_com_error(E_INVALIDARG)`
+    _variant_t(double value, VARTYPE type = VT_R8);
     _variant_t(const CY& value) noexcept;
     _variant_t(const _bstr_t& text);
     _variant_t(const wchar_t* text);
@@ -114,3 +117,5 @@ typedef _variant_t variant_t;
 
 //! What a caller passes for an optional argument left out: VT_ERROR, DISP_E_PARAMNOTFOUND.
 extern KTCOM_EXPORT _variant_t vtMissing;
+
+// NOLINTEND(google-explicit-constructor,bugprone-reserved-identifier)
