@@ -67,6 +67,7 @@ double ktmdl::Angle2D(double aX1, double aY1, double aX2, double aY2)
     const double length2 = std::sqrt(aX2 * aX2 + aY2 * aY2);
     if (length1 < 1e-6 || length2 < 1e-6) {
         // On purpose: the texts begin with a blank.
+        // Pinned by Angle2DOfAVectorShorterThanAMillionthRaises.
         ktstd_fail_ProgramError::Raise(
             " in ktmdl::Angle2D: one of the input vectors has ZERO length");
     }

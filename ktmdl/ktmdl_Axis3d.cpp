@@ -28,19 +28,19 @@ ktmdl_Axis3d::ktmdl_Axis3d(const ktmdl_Pnt3d& aLocation, const ktmdl_Vec3d& aDir
     mDir.Normalize();
 }
 
-const ktmdl_Axis3d& ktmdl_Axis3d::AX()
+const ktmdl_Axis3d& ktmdl_Axis3d::AX() noexcept
 {
     static const ktmdl_Axis3d sX(ktmdl_Pnt3d::Origin(), ktmdl_Vec3d::VX());
     return sX;
 }
 
-const ktmdl_Axis3d& ktmdl_Axis3d::AY()
+const ktmdl_Axis3d& ktmdl_Axis3d::AY() noexcept
 {
     static const ktmdl_Axis3d sY(ktmdl_Pnt3d::Origin(), ktmdl_Vec3d::VY());
     return sY;
 }
 
-const ktmdl_Axis3d& ktmdl_Axis3d::AZ()
+const ktmdl_Axis3d& ktmdl_Axis3d::AZ() noexcept
 {
     static const ktmdl_Axis3d sZ(ktmdl_Pnt3d::Origin(), ktmdl_Vec3d::VZ());
     return sZ;
@@ -54,6 +54,7 @@ double ktmdl_Axis3d::Angle(const ktmdl_Vec3d& aVector) const
     second.Normalize();
     const double cosine = first.Dot(second);
     // On purpose: no rounding to pi/2 here, and the cosine is not clamped.
+    // Pinned by AngleNearHalfPiIsNotSnapped.
     return std::fabs(cosine - 1.0) < 1e-6 ? 0.0 : std::acos(cosine);
 }
 
@@ -82,9 +83,11 @@ void ktmdl_Axis3d::Copy(const ktmdl_Axis3d& aOther) noexcept
 
 void ktmdl_Axis3d::Rotate(const ktmdl_Axis3d& aAxis, double aAngle)
 {
-    const ktmdl_Axis3d axis(aAxis); // may be this axis, whose location changes first
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be this axis that changes
+    const ktmdl_Axis3d axis(aAxis);
     ktmdl_Pnt3d::Rotate(axis, aAngle);
     // On purpose: turned as a point and not normalised, so its length may change.
+    // Pinned by RotateTurnsTheDirectionAsAPoint.
     mDir.Rotate(axis, aAngle);
 }
 

@@ -24,11 +24,11 @@ public:
     using ktmdl_Pnt3d::operator=;
 
     //! Gives the axis through the origin along x.
-    [[nodiscard]] static const ktmdl_Axis3d& AX();
+    [[nodiscard]] static const ktmdl_Axis3d& AX() noexcept;
     //! Gives the axis through the origin along y.
-    [[nodiscard]] static const ktmdl_Axis3d& AY();
+    [[nodiscard]] static const ktmdl_Axis3d& AY() noexcept;
     //! Gives the axis through the origin along z.
-    [[nodiscard]] static const ktmdl_Axis3d& AZ();
+    [[nodiscard]] static const ktmdl_Axis3d& AZ() noexcept;
 
     //! Measures the angle between the direction and a vector, without sign.
     //! Unlike ktmdl_Vec3d::Angle it does not round right angles to exactly pi/2.

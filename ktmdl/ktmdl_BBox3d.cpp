@@ -130,6 +130,7 @@ unsigned char ktmdl_BBox3d::HasOverlap(const ktmdl_BBox3d& aOther) const noexcep
 unsigned char ktmdl_BBox3d::IsInside(const ktmdl_Pnt3d& aPoint) const noexcept
 {
     // On purpose: in z only what is at least the tolerance above the top counts.
+    // Pinned by InsideOnZIsAMillionthAboveTheTop.
     return isWithin(mMin.mX, mMax.mX, aPoint.mX) && isWithin(mMin.mY, mMax.mY, aPoint.mY) &&
                    aPoint.mZ + kTolerance >= mMin.mZ && aPoint.mZ - kTolerance >= mMax.mZ
                ? 1
@@ -139,6 +140,7 @@ unsigned char ktmdl_BBox3d::IsInside(const ktmdl_Pnt3d& aPoint) const noexcept
 unsigned char ktmdl_BBox3d::IsReallyInside(const ktmdl_Pnt3d& aPoint) const noexcept
 {
     // On purpose: in z what is from the tolerance below the top upwards counts.
+    // Pinned by ReallyInsideOnZIsFromAMillionthBelowTheTopUpwards.
     return isWellWithin(mMin.mX, mMax.mX, aPoint.mX) && isWellWithin(mMin.mY, mMax.mY, aPoint.mY) &&
                    aPoint.mZ - kTolerance >= mMin.mZ && aPoint.mZ + kTolerance >= mMax.mZ
                ? 1

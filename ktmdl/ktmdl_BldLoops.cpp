@@ -224,8 +224,8 @@ bool ktmdl_BldLoops::extendChain(Chain& aChain, const Tolerances& aTolerances, b
         if (best.index == 0) {
             return false;
         }
-        const bool endIsNear = best.ends.end.Distance(aChain.current) <=
-                               best.ends.start.Distance(aChain.current);
+        const bool endIsNear =
+            best.ends.end.Distance(aChain.current) <= best.ends.start.Distance(aChain.current);
         takeEdge(aChain, best.index, endIsNear ? best.ends.start : best.ends.end);
     }
 

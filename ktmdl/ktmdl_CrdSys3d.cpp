@@ -26,19 +26,19 @@ ktmdl_CrdSys3d::ktmdl_CrdSys3d(const ktmdl_Axis3d& aAxis, const ktmdl_Vec3d& aDi
     mDirX.Normalize();
 }
 
-const ktmdl_CrdSys3d& ktmdl_CrdSys3d::XOY()
+const ktmdl_CrdSys3d& ktmdl_CrdSys3d::XOY() noexcept
 {
     static const ktmdl_CrdSys3d sXOY(ktmdl_Axis3d::AZ(), ktmdl_Vec3d::VX());
     return sXOY;
 }
 
-const ktmdl_CrdSys3d& ktmdl_CrdSys3d::YOZ()
+const ktmdl_CrdSys3d& ktmdl_CrdSys3d::YOZ() noexcept
 {
     static const ktmdl_CrdSys3d sYOZ(ktmdl_Axis3d::AX(), ktmdl_Vec3d::VY());
     return sYOZ;
 }
 
-const ktmdl_CrdSys3d& ktmdl_CrdSys3d::ZOX()
+const ktmdl_CrdSys3d& ktmdl_CrdSys3d::ZOX() noexcept
 {
     static const ktmdl_CrdSys3d sZOX(ktmdl_Axis3d::AY(), ktmdl_Vec3d::VZ());
     return sZOX;
@@ -60,7 +60,8 @@ void ktmdl_CrdSys3d::Copy(const ktmdl_CrdSys3d& aOther) noexcept
 
 void ktmdl_CrdSys3d::Rotate(const ktmdl_Axis3d& aAxis, double aAngle)
 {
-    const ktmdl_Axis3d axis(aAxis); // may be this system, whose axis changes first
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be this axis that changes
+    const ktmdl_Axis3d axis(aAxis);
     ktmdl_Axis3d::Rotate(axis, aAngle);
     mDirX.Rotate(axis, aAngle);
 }
@@ -68,7 +69,7 @@ void ktmdl_CrdSys3d::Rotate(const ktmdl_Axis3d& aAxis, double aAngle)
 void ktmdl_CrdSys3d::Transform(const ktmdl_Trsf3d& aTrsf)
 {
     ktmdl_Axis3d::Transform(aTrsf);
-    // On purpose: X is not normalised, only Z is.
+    // On purpose: X is not normalised, only Z is. Pinned by TransformNormalisesZButNotX.
     mDirX.Transform(aTrsf);
 }
 

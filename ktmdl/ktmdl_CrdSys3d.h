@@ -24,11 +24,11 @@ public:
     using ktmdl_Axis3d::operator=;
 
     //! Gives the system at the origin with Z (0, 0, 1) and X (1, 0, 0).
-    [[nodiscard]] static const ktmdl_CrdSys3d& XOY();
+    [[nodiscard]] static const ktmdl_CrdSys3d& XOY() noexcept;
     //! Gives the system at the origin with Z (1, 0, 0) and X (0, 1, 0).
-    [[nodiscard]] static const ktmdl_CrdSys3d& YOZ();
+    [[nodiscard]] static const ktmdl_CrdSys3d& YOZ() noexcept;
     //! Gives the system at the origin with Z (0, 1, 0) and X (0, 0, 1).
-    [[nodiscard]] static const ktmdl_CrdSys3d& ZOX();
+    [[nodiscard]] static const ktmdl_CrdSys3d& ZOX() noexcept;
 
     //! Tells whether no component of origin, Z and X differs by more than the tolerance.
     //! @param aOther      the system to compare with

@@ -23,7 +23,7 @@ void ktmdl_Data3d::Copy(const ktmdl_Data3d& aOther) noexcept
     Set(aOther);
 }
 
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): copies numbers onto themselves
+// NOLINTNEXTLINE(misc-unconventional-assign-operator): as declared
 ktmdl_Data3d& ktmdl_Data3d::operator=(const ktmdl_Data3d& aOther) noexcept
 {
     Set(aOther);

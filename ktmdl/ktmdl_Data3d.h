@@ -29,6 +29,7 @@ public:
     //! through this operation keeps its directions.
     virtual void Copy(const ktmdl_Data3d& aOther) noexcept;
     //! The same as Copy.
+    // NOLINTNEXTLINE(misc-unconventional-assign-operator): assigned through the triple as well
     virtual ktmdl_Data3d& operator=(const ktmdl_Data3d& aOther) noexcept;
     //! Turns about an axis.
     //! @param aAxis   its direction is used as stored; may be part of this object

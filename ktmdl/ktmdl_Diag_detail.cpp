@@ -19,7 +19,8 @@ class Line
 public:
     Line() { mText.imbue(std::locale::classic()); }
 
-    template <class T> Line& operator<<(const T& aValue)
+    template <class T>
+    Line& operator<<(const T& aValue)
     {
         mText << aValue;
         return *this;
@@ -91,8 +92,7 @@ void ComCheckResult(HRESULT aCode, IErrorInfo* aInfo, const char* aFile, long aL
     throw _com_error(error);
 }
 
-void ComReportCaught(const _com_error& aError, const char* aFile, const char* aFunction,
-                     long aLine)
+void ComReportCaught(const _com_error& aError, const char* aFile, const char* aFunction, long aLine)
 {
     Line line;
     line << "COM ERROR caught in " << aFile << "{" << aFunction << "} (" << aLine

@@ -28,8 +28,7 @@ void ktmdl_ErosionPos::Copy(const ktmdl_ErosionPos& aOther)
     Set(aOther);
 }
 
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment,misc-unconventional-assign-operator): see
-// header
+// NOLINTNEXTLINE(misc-unconventional-assign-operator): as declared
 void ktmdl_ErosionPos::operator=(const ktmdl_ErosionPos& aOther)
 {
     Set(aOther);

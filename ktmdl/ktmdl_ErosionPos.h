@@ -25,7 +25,8 @@ public:
     //! Takes over point and angle of another position.
     virtual void Copy(const ktmdl_ErosionPos& aOther);
     //! The same as Copy.
-    // On purpose: gives no reference, so assignments can't be chained.
+    // On purpose: gives no reference, so assignments can't be chained. Pinned by a static_assert in
+    // ktmdl_ErosionPos_test.cpp.
     // NOLINTNEXTLINE(misc-unconventional-assign-operator): see above
     virtual void operator=(const ktmdl_ErosionPos& aOther);
     //! Stores or loads point and angle.
@@ -35,7 +36,7 @@ public:
     //! Gives the point, in model units.
     [[nodiscard]] const ktmdl_Pnt3d& Position() const noexcept { return mPosition; }
     //! Gives the rotation.
-    [[nodiscard]] const ktstd_Dim& Angle() const noexcept { return mAngle; }
+    [[nodiscard]] const ktstd_Dim& RotationAngle() const noexcept { return mAngle; }
 
     //! The same as Copy.
     void Set(const ktmdl_ErosionPos& aOther);

@@ -15,6 +15,7 @@ void ktmdl_ErosionPosSeq::Serialize(ktstd_Archive& aArchive)
 ktstd_Archive& operator<<(ktstd_Archive& aArchive, const ktmdl_ErosionPosSeq& aSequence)
 {
     // On purpose: not constant, as a loading archive loads here too.
+    // Pinned by BothOperatorsLoadFromALoadingArchive.
     const_cast<ktmdl_ErosionPosSeq&>(aSequence).Serialize(aArchive);
     return aArchive;
 }

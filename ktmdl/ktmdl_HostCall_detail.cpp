@@ -126,8 +126,7 @@ long ArrayLength(SAFEARRAY* aArray) noexcept
         return 0;
     }
     const long long length = static_cast<long long>(upper) - lower + 1;
-    return static_cast<long>(
-        std::clamp<long long>(length, 0, std::numeric_limits<LONG>::max()));
+    return static_cast<long>(std::clamp<long long>(length, 0, std::numeric_limits<LONG>::max()));
 }
 
 VARIANT In(LONG aValue) noexcept
@@ -224,7 +223,7 @@ void Call(IDispatch* aObject, DISPID aMember, std::initializer_list<VARIANT> aAr
 }
 
 IDispatchPtr FetchObject(IDispatch* aObject, DISPID aMember, WORD aKind,
-                       std::initializer_list<VARIANT> aArgs)
+                         std::initializer_list<VARIANT> aArgs)
 {
     _variant_t result;
     invoke(aObject, aMember, aKind, aArgs, &result);

@@ -72,7 +72,7 @@ void Call(IDispatch* aObject, DISPID aMember, std::initializer_list<VARIANT> aAr
 //! @return             the object, null when the host gives none
 //! @throws _com_error  the host's code; DISP_E_TYPEMISMATCH when the answer is no object
 [[nodiscard]] IDispatchPtr FetchObject(IDispatch* aObject, DISPID aMember, WORD aKind,
-                                     std::initializer_list<VARIANT> aArgs);
+                                       std::initializer_list<VARIANT> aArgs);
 
 //! Reads a property that gives a 32-bit integer.
 //! @throws _com_error  the host's code; that of the conversion when the answer is no number

@@ -3,6 +3,7 @@
 #include "ktmdl/ktmdl_Topo.h"
 
 #include "ktmdl/ktmdl_Diag_detail.h"
+#include "ktmdl/ktmdl_FailureText_detail.h"
 #include "ktmdl/ktmdl_Host.h"
 #include "ktmdl/ktmdl_HostCall_detail.h"
 #include "ktmdl/ktmdl_Record_detail.h"
@@ -13,7 +14,6 @@
 #include "ktstd/ktstd_Debug.h"
 #include "ktstd/ktstd_Schema.h"
 #include "ktstd/ktstd_Session.h"
-#include "ktmdl/ktmdl_FailureText_detail.h"
 #include "ktstd/ktstd_fail.h"
 
 #include <algorithm>
@@ -72,9 +72,18 @@ constexpr unsigned char kLastType = 7;
 constexpr int kEdgeList = 0;
 constexpr int kFaceList = 1;
 
-bool isKnownType(unsigned char aType) { return aType >= 1 && aType <= kLastType; }
-bool isFaceLike(unsigned char aType) { return aType >= kFirstFaceLike && aType <= kFace; }
-bool isBodyLike(unsigned char aType) { return aType >= kFirstBodyLike && aType <= kLastType; }
+bool isKnownType(unsigned char aType)
+{
+    return aType >= 1 && aType <= kLastType;
+}
+bool isFaceLike(unsigned char aType)
+{
+    return aType >= kFirstFaceLike && aType <= kFace;
+}
+bool isBodyLike(unsigned char aType)
+{
+    return aType >= kFirstBodyLike && aType <= kLastType;
+}
 
 //! The registry of the process.
 ktmdl_TopoMap& registry()
@@ -165,7 +174,10 @@ ktmdl_BBox3d defaultBox()
     return ktmdl_Topo::BuildBBox(IDispatchPtr());
 }
 
-Hnd_ktstd_Transient makeTopo() { return Hnd_ktmdl_Topo(new ktmdl_Topo()); }
+Hnd_ktstd_Transient makeTopo()
+{
+    return Hnd_ktmdl_Topo(new ktmdl_Topo());
+}
 const ktstd_SchemaEntry schemaEntry(kClassName, 0, makeTopo);
 
 } // namespace
@@ -418,8 +430,7 @@ long ktmdl_Topo::DisconnectDocument(const IDispatchPtr& aDocument, ktstd_AsciiSt
 void ktmdl_Topo::disconnectFrom(const IDispatchPtr& aDocument, const ktstd_AsciiString& aName)
 {
     if (mDispTopo != nullptr) {
-        if (mDispDoc == nullptr || !isKnownType(tplType) ||
-            !IsSameComObject(mDispDoc, aDocument)) {
+        if (mDispDoc == nullptr || !isKnownType(tplType) || !IsSameComObject(mDispDoc, aDocument)) {
             return;
         }
         mDispTopo = nullptr;
@@ -455,8 +466,8 @@ namespace {
 
 IDispatchPtr itemOf(const IDispatchPtr& aCollection, LONG aIndex)
 {
-    return FetchObject(aCollection.GetInterfacePtr(), ktmdl_host::Collection::Item,
-                       DISPATCH_METHOD, {In(aIndex)});
+    return FetchObject(aCollection.GetInterfacePtr(), ktmdl_host::Collection::Item, DISPATCH_METHOD,
+                       {In(aIndex)});
 }
 
 LONG countOf(const IDispatchPtr& aCollection)
@@ -471,8 +482,8 @@ LONG countOf(const IDispatchPtr& aCollection)
 IDispatchPtr ktmdl_Topo::childCollection(const ChildGroup& aGroup) const
 {
     IDispatch* pTopo = mDispTopo.GetInterfacePtr();
-    IDispatchPtr pItems = FetchObject(pTopo, MemberId(pTopo, aGroup.property),
-                                      DISPATCH_PROPERTYGET, {In(ktmdl_host::igQueryAll)});
+    IDispatchPtr pItems = FetchObject(pTopo, MemberId(pTopo, aGroup.property), DISPATCH_PROPERTYGET,
+                                      {In(ktmdl_host::igQueryAll)});
     KTMDL_CHECK_POINTER(pItems, aGroup.pointerName);
     return pItems;
 }

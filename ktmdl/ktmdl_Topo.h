@@ -112,14 +112,14 @@ public:
     //! @throws _com_error  the document's name can't be read
     static long ReconnectDocument(const IDispatchPtr& aDocument, ktstd_AsciiString& aName);
 
-    //! Binds the reference in a document if it belongs there: its document name is the given one, or
-    //! it has none and holds this very document. Needed by UpdateDispatch and ReconnectDocument;
+    //! Binds the reference in a document if it belongs there: its document name is the given one,
+    //! or it has none and holds this very document. Needed by UpdateDispatch and ReconnectDocument;
     //! add-ins call those.
     //! @param aDocument  the document; becomes the reference's
     //! @param aName      its name; becomes the reference's
     //! @return           0 bound, or it belongs elsewhere (nothing changed), or the host failed
-    //!                   (logged, unbound); 1 it knows neither name nor document; -1 the type is not
-    //!                   1 to 7
+    //!                   (logged, unbound); 1 it knows neither name nor document; -1 the type is
+    //!                   not 1 to 7
     long UpdateDocDispatches(const IDispatchPtr& aDocument, ktstd_AsciiString& aName);
     //! Takes the key anew from the live object, if there is one, and registers the reference under
     //! it, beside any other of the same key. Needed by BindAllToposInMap. A failure of the host is
@@ -168,15 +168,15 @@ public:
                              Hnd_ktmdl_TopoHSeq& aGoneFaces, Hnd_ktmdl_TopoHSeq& aNewFaces,
                              Hnd_ktmdl_TopoHSeq& aAlteredFaces);
 
-    std::int16_t mKeySize{0};       //!< number of bytes in mKey
-    unsigned char* mKey{nullptr};   //!< the host's reference key, owned; null when there is none
-    IDispatchPtr mDispTopo;         //!< the live object, null while unbound
-    unsigned char tplType{0};       //!< 0 unknown, 1-2 edge (2), 3-5 face (5), 6-7 body
-    ktmdl_BBox3d mBBox;             //!< box as last cached
-    unsigned char mIsSubTopo{0};    //!< 1 on references made as children of another
+    std::int16_t mKeySize{0};        //!< number of bytes in mKey
+    unsigned char* mKey{nullptr};    //!< the host's reference key, owned; null when there is none
+    IDispatchPtr mDispTopo;          //!< the live object, null while unbound
+    unsigned char tplType{0};        //!< 0 unknown, 1-2 edge (2), 3-5 face (5), 6-7 body
+    ktmdl_BBox3d mBBox;              //!< box as last cached
+    unsigned char mIsSubTopo{0};     //!< 1 on references made as children of another
     Hnd_ktmdl_TopoHSeq mSubTopos[2]; //!< references of the edges, of the faces; null until built
-    ktstd_AsciiString mDocName;     //!< name of the owning document, empty until it is needed
-    IDispatchPtr mDispDoc;          //!< the owning document while it is open
+    ktstd_AsciiString mDocName;      //!< name of the owning document, empty until it is needed
+    IDispatchPtr mDispDoc;           //!< the owning document while it is open
 
 protected:
     //! Makes an unregistered reference with a copy of a key.

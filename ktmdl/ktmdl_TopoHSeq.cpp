@@ -75,6 +75,8 @@ void ktmdl_TopoHSeq::InsertAfter(long aIdx, const Hnd_ktmdl_TopoHSeq& aSequence)
 
 void ktmdl_TopoHSeq::InsertBefore(long aIdx, const Hnd_ktmdl_Topo& aTopo)
 {
+    // On purpose: a failure tells of InsertAfter and the lowered index.
+    // Pinned by InsertBeforeReportsTheLoweredIndexOfInsertAfter.
     mSequence.InsertAfter(indexBefore(aIdx), aTopo);
 }
 

@@ -1,15 +1,28 @@
 #include "ktmdl/ktmdl_TopoMap.h"
 
+#include "ktmdl/ktmdl_FailureText_detail.h"
 #include "ktmdl/ktmdl_Topo.h"
 #include "ktstd/ktstd_Archive.h"
 #include "ktstd/ktstd_MapIntegerHasher.h"
 #include "ktstd/ktstd_fail.h"
 
 #include <cstdint>
+#include <ostream>
 
 KTSTD_DEFINE_TYPE(ktmdl_StdMapNodeOfTopoMap, ktstd_MapNode)
 
 namespace {
+
+//! Gives a number of buckets that means the same whatever the width of long.
+long checkedSize(long aSize)
+{
+    if (aSize != static_cast<std::int32_t>(aSize)) {
+        ktmdl_detail::FailureText text;
+        text << "ktmdl_TopoMap: " << aSize << " buckets, more than 32 bits hold" << std::ends;
+        ktstd_fail_OutOfRange::Raise(text);
+    }
+    return aSize;
+}
 
 unsigned int hashOf(const Hnd_ktmdl_Topo& aTopo)
 {
@@ -54,12 +67,14 @@ unsigned char ktmdl_MapTopoHasher::IsEqual(const Hnd_ktmdl_Topo& aFirst,
                                            const Hnd_ktmdl_Topo& aSecond) noexcept
 {
     // On purpose: identity of the objects, not equality of their host keys.
+    // Pinned by EqualKeysOfTwoObjectsAreBothKept.
     return aFirst == aSecond ? 1 : 0;
 }
 
-ktmdl_TopoMap::ktmdl_TopoMap(long aNbBuckets) : ktstd_BasicMap(aNbBuckets, 1) {}
+ktmdl_TopoMap::ktmdl_TopoMap(long aNbBuckets) : ktstd_BasicMap(checkedSize(aNbBuckets), 1) {}
 
 // On purpose: only an empty map is copied this way; Assign copies the others.
+// Pinned by CopyOfAFilledMapRaises.
 ktmdl_TopoMap::ktmdl_TopoMap(const ktmdl_TopoMap& aOther) : ktstd_BasicMap(aOther.NbBuckets(), 1)
 {
     if (aOther.Extent() != 0) {
@@ -76,13 +91,14 @@ void ktmdl_TopoMap::Serialize(ktstd_Archive& aArchive)
 {
     if (aArchive.IsStoring() != 0) {
         // On purpose: a number, not a count as the sequences store, so that old data can be read.
+        // Pinned by RecordIsAPlainCountAndTheHandlesInOrder.
         aArchive << Extent();
         for (ktmdl_MapIteratorOfTopoMap it(*this); it.More() != 0; it.Next()) {
             aArchive << static_cast<const Hnd_ktstd_Transient&>(it.Key());
         }
         return;
     }
-    // On purpose: not cleared first, unlike the sequences.
+    // On purpose: not cleared first, unlike the sequences. Pinned by LoadingAddsToWhatIsThere.
     long count = 0;
     aArchive >> count;
     Hnd_ktmdl_Topo topo;
@@ -174,7 +190,7 @@ void ktmdl_TopoMap::ReSize(long aSize)
     long nbBuckets = 0;
     ktstd_MapNode* first = nullptr;
     ktstd_MapNode* second = nullptr;
-    if (BeginResize(aSize, nbBuckets, first, second) == 0) {
+    if (BeginResize(checkedSize(aSize), nbBuckets, first, second) == 0) {
         return;
     }
     ktstd_MapNode** const old = Buckets();
@@ -226,6 +242,7 @@ ktstd_MapNode** ktmdl_TopoMap::ChainOf(unsigned int aHash) const noexcept
 ktstd_Archive& operator<<(ktstd_Archive& aArchive, const ktmdl_TopoMap& aMap)
 {
     // On purpose: not constant, as a loading archive loads here too.
+    // Pinned by BothOperatorsGoByTheArchive.
     const_cast<ktmdl_TopoMap&>(aMap).Serialize(aArchive);
     return aArchive;
 }

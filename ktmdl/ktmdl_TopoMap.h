@@ -60,12 +60,17 @@ class KTMDL_EXPORT ktmdl_TopoMap : public ktstd_BasicMap
 {
 public:
     //! @param aNbBuckets  buckets wanted at first; less than 1 leaves it to the map
+    //! @throws ktstd_fail_OutOfRange  the number doesn't fit 32 bits
     explicit ktmdl_TopoMap(long aNbBuckets);
     //! Makes an empty set with as many buckets as another empty set.
     //! @throws ktstd_fail_DomainError  the other set is not empty
     ktmdl_TopoMap(const ktmdl_TopoMap& aOther);
     //! The same as Assign.
-    ktmdl_TopoMap& operator=(const ktmdl_TopoMap& aOther) { return Assign(aOther); }
+    ktmdl_TopoMap& operator=(const ktmdl_TopoMap& aOther)
+    {
+        Assign(aOther);
+        return *this;
+    }
     virtual ~ktmdl_TopoMap();
 
     //! Stores the number of references and the references, or loads them, which adds them to those
@@ -96,6 +101,7 @@ public:
     //! @throws ktstd_fail_NullObject  the handle is null and the set not empty
     unsigned char Remove(const Hnd_ktmdl_Topo& aTopo);
     //! Sizes the table for a number of references, unless it is large enough.
+    //! @throws ktstd_fail_OutOfRange  the number doesn't fit 32 bits; nothing changes
     void ReSize(long aSize);
     //! Takes all references out and releases the table.
     void Clear() noexcept;

@@ -16,6 +16,7 @@ void ktmdl_TopoSeq::Serialize(ktstd_Archive& aArchive)
 ktstd_Archive& operator<<(ktstd_Archive& aArchive, const ktmdl_TopoSeq& aSequence)
 {
     // On purpose: not constant, as a loading archive loads here too.
+    // Pinned by BothOperatorsLoadFromALoadingArchive.
     const_cast<ktmdl_TopoSeq&>(aSequence).Serialize(aArchive);
     return aArchive;
 }

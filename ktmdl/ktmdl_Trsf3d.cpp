@@ -75,7 +75,8 @@ ktmdl_Trsf3d::ktmdl_Trsf3d(const ktmdl_CrdSys3d& aCrdSys)
     ktmdl_Vec3d y(z);
     y.Cross(x);
     const double rows[9] = {x.mX, x.mY, x.mZ, y.mX, y.mY, y.mZ, z.mX, z.mY, z.mZ};
-    // On purpose: the test is the opposite of what the message says.
+    // On purpose: the test is the opposite of what the message says, so proper systems raise.
+    // Pinned by FromAProperSystemRaises.
     if (std::fabs(ktmdl::Determinant33Matrix(rows)) >= kTolerance) {
         ktstd_fail_ProgramError::Raise("ktmdl_Trsf3d(CrdSys) : Determinant = 0");
     }
@@ -133,6 +134,7 @@ unsigned char ktmdl_Trsf3d::HasRotation() const noexcept
     for (int r = 0; r < 3; ++r) {
         for (int c = 0; c < 3; ++c) {
             // On purpose: exactly the tolerance differs here, but is equal for IsEqual.
+            // Pinned by RotationStartsAtAMillionth.
             if (fromIdentity(mMatrix, r, c) >= kTolerance) {
                 return 1;
             }
@@ -144,6 +146,7 @@ unsigned char ktmdl_Trsf3d::HasRotation() const noexcept
 unsigned char ktmdl_Trsf3d::HasTranslation() const noexcept
 {
     // On purpose: exactly the tolerance differs here, but is equal for IsEqual.
+    // Pinned by TranslationStartsAtAMillionth.
     return std::fabs(mMatrix[0][3]) >= kTolerance || std::fabs(mMatrix[1][3]) >= kTolerance ||
                    std::fabs(mMatrix[2][3]) >= kTolerance
                ? 1
@@ -215,6 +218,7 @@ void ktmdl_Trsf3d::Reverse()
         former.mMatrix[2][0] * mMatrix[0][2] + former.mMatrix[3][0] * mMatrix[0][3];
     if (std::fabs(determinant) < 1e-10) {
         // On purpose: the adjugate stays behind.
+        // Pinned by ReverseOfASingularMatrixRaisesAndLeavesTheAdjugate.
         ktstd_fail_ProgramError::Raise("ktmdl_Trsf3d::Reverse MATRIX NOT REGULAR");
     }
     for (auto& row : mMatrix) {

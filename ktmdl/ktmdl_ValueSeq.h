@@ -94,7 +94,11 @@ public:
     //! @param aIdx    1 to Length
     //! @param aValue  the new element
     //! @throws ktstd_fail_OutOfRange  another index; the message names ChangeValue
-    void SetValue(long aIdx, const Element& aValue) { ChangeValue(aIdx) = aValue; }
+    void SetValue(long aIdx, const Element& aValue)
+    {
+        // On purpose: no message of its own. Pinned by ChangeValueAndSetValueOutsideRaise.
+        ChangeValue(aIdx) = aValue;
+    }
     //! Puts an element at the end.
     void Append(const Element& aValue)
     {

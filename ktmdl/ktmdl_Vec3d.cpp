@@ -24,7 +24,9 @@ constexpr double kHalfPi = 1.5707963267948966;
 
 } // namespace
 
-ktmdl_Vec3d::ktmdl_Vec3d(const ktmdl_Pnt3d& aPoint) noexcept : ktmdl_Data3d(aPoint) {}
+ktmdl_Vec3d::ktmdl_Vec3d(const ktmdl_Pnt3d& aPoint) noexcept
+    : ktmdl_Data3d(aPoint.mX, aPoint.mY, aPoint.mZ)
+{}
 
 ktmdl_Vec3d::ktmdl_Vec3d(const ktmdl_Pnt3d& aFrom, const ktmdl_Pnt3d& aTo) noexcept
     : ktmdl_Data3d(aTo.mX - aFrom.mX, aTo.mY - aFrom.mY, aTo.mZ - aFrom.mZ)
@@ -72,13 +74,14 @@ double ktmdl_Vec3d::Angle(const ktmdl_Vec3d& aOther) const
         return kHalfPi;
     }
     // On purpose: the cosine is not clamped, so rounding below -1 gives not-a-number.
+    // Pinned by AngleIsNotANumberWhenTheCosineLeavesItsRange.
     return std::acos(cosine);
 }
 
 unsigned char ktmdl_Vec3d::IsParallel(const ktmdl_Vec3d& aOther, double aTolerance) const
 {
     const double angle = std::fabs(Angle(aOther));
-    // On purpose: the last test stands although no angle reaches 2 pi.
+    // On purpose: the last test stands although no angle reaches 2 pi; no result shows it.
     return aTolerance > std::fabs(angle) || aTolerance > std::fabs(angle - kPi) ||
                    aTolerance > std::fabs(angle - 2.0 * kPi)
                ? 1
@@ -132,7 +135,8 @@ void ktmdl_Vec3d::Normalize()
     if (std::fabs(magnitude - 1.0) < kTolerance) {
         return;
     }
-    // On purpose: Divide's check and text are those of a vector too short to be normalised.
+    // On purpose: the text of a division is also that of a vector too short to be normalised.
+    // Pinned by NormalizeBelowAMillionthRaisesAndChangesNothing.
     Divide(magnitude);
 }
 
@@ -144,6 +148,7 @@ void ktmdl_Vec3d::Reverse() noexcept
 void ktmdl_Vec3d::Rotate(const ktmdl_Axis3d& aAxis, double aAngle)
 {
     // On purpose: a vector is turned as a point, so an axis off the origin moves it.
+    // Pinned by RotateTurnsTheVectorAsAPoint.
     RotateAsPoint(aAxis, aAngle);
 }
 
@@ -157,5 +162,6 @@ void ktmdl_Vec3d::Transform(const ktmdl_Trsf3d& aTrsf)
 void ktmdl_Vec3d::Translate(const ktmdl_Vec3d& aVector)
 {
     // On purpose: a vector is moved as a point, unlike in Transform.
+    // Pinned by TranslateAddsLikeToAPoint.
     Add(aVector);
 }

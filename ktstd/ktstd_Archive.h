@@ -34,16 +34,21 @@ struct ktstd_ArchiveObject
 //!   It believes nothing that it reads: what can't be raises ktstd_fail_FileIO, which says what is
 //!   wrong and at which byte. Reading never takes memory for more than the archive still holds.
 //! - Shared objects are stored once, at the first reference; later references give the same object.
-//!   References may form cycles. Up to kMaxDepth objects may be stored one inside the other.
+//!   References may form cycles, which are the program's to untie. Up to kMaxDepth objects may be
+//!   stored one inside the other.
 //! - An archive holds a handle on every object that went through it until Close or its end.
 //! - Numbers are little-endian and of fixed width on every platform; a long takes 4 bytes.
 //! Archives are not copied and belong to one thread.
 class KTSTD_EXPORT ktstd_Archive
 {
 public:
-    static constexpr long kNewestFormat = 16; //!< records end with EOC
-    static constexpr long kOldestFormat = 15; //!< records have no end markers
-    static constexpr long kMaxDepth = 200;    //!< objects inside one another; fits a 1 MiB stack
+    //! Limits; of type long.
+    enum : long
+    {
+        kNewestFormat = 16, //!< format version in which records end with EOC
+        kOldestFormat = 15, //!< format version in which records have no end markers
+        kMaxDepth = 200     //!< most objects inside one another; fits a stack of 1 MiB
+    };
 
     //! Makes a storing archive of the newest format, with the class versions of the schema.
     ktstd_Archive();

@@ -104,6 +104,7 @@ void* ktstd_BaseSequence::Find(long aIdx) const
         at = mCurrentIndex;
     }
     for (; at < aIdx; ++at) {
+        // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): each position up to mSize has a node
         node = node->Next();
     }
     for (; at > aIdx; --at) {
@@ -131,7 +132,10 @@ void ktstd_BaseSequence::PInsertAfter(long aIdx, void* aNode)
     }
     CheckRoom();
     ktstd_SeqNode* const node = nodeOf(aNode);
-    ktstd_SeqNode* const before = aIdx == 0 ? nullptr : static_cast<ktstd_SeqNode*>(Find(aIdx));
+    // The last node is not searched for: appending leaves the cursor where a walk has it.
+    ktstd_SeqNode* const before = aIdx == 0       ? nullptr
+                                  : aIdx == mSize ? mLastItem
+                                                  : static_cast<ktstd_SeqNode*>(Find(aIdx));
     ktstd_SeqNode* const after = before == nullptr ? mFirstItem : before->Next();
     Join(before, node);
     Join(node, after);

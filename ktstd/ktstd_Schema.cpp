@@ -2,6 +2,7 @@
 
 #include "ktstd/ktstd_Archive.h"
 #include "ktstd/ktstd_AsciiString.h"
+#include "ktstd/ktstd_TransientHSeq.h"
 
 #include <cstdint>
 #include <cstring>
@@ -17,9 +18,16 @@ struct Entry
 
 constexpr std::size_t kLongestName = 255;
 
+Hnd_ktstd_Transient makeTransientHSeq()
+{
+    return Hnd_ktstd_Transient(new ktstd_TransientHSeq());
+}
+
 std::map<std::string, Entry, std::less<>>& entries()
 {
-    static std::map<std::string, Entry, std::less<>> sEntries;
+    // The kernel's own class stands here, so that it is known wherever the schema is used.
+    static std::map<std::string, Entry, std::less<>> sEntries = {
+        {"ktstd_TransientHSeq", {0, makeTransientHSeq}}};
     return sEntries;
 }
 

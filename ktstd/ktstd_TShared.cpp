@@ -2,6 +2,7 @@
 
 #include "ktstd/ktstd_Pool_detail.h"
 
+#include <memory>
 #include <new>
 
 namespace {
@@ -29,6 +30,18 @@ bool postpone(const ktstd_TShared* aObject) noexcept
     return entry != nullptr;
 }
 
+//! Gives an object that waits, which then waits no more; null when there is none.
+const ktstd_TShared* nextWaiting() noexcept
+{
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): an entry is never its own next one
+    const std::unique_ptr<Waiting> entry(sWaiting);
+    if (!entry) {
+        return nullptr;
+    }
+    sWaiting = entry->next;
+    return entry->object;
+}
+
 } // namespace
 
 KTSTD_DEFINE_TYPE(ktstd_TShared, ktstd_Transient)
@@ -42,11 +55,10 @@ void ktstd_TShared::Delete() const
     }
     ++sNesting;
     delete this;
-    while (sNesting == 1 && sWaiting != nullptr) {
-        const Waiting entry = *sWaiting;
-        delete sWaiting;
-        sWaiting = entry.next;
-        delete entry.object;
+    if (sNesting == 1) {
+        while (const ktstd_TShared* const object = nextWaiting()) {
+            delete object;
+        }
     }
     --sNesting;
 }

@@ -11,9 +11,11 @@ gcc_dir=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-libgcc-file-name)")
 export WINEPATH="$gcc_dir;/usr/x86_64-w64-mingw32/lib;Z:$build/bin"
 mkdir -p "$WINEPREFIX"
 
-wineserver=$(command -v wineserver || ls /usr/lib/wine/wineserver* 2>/dev/null | head -1 || true)
-[ -n "$wineserver" ] && { "$wineserver" -p600 2>/dev/null || true; }
-trap '[ -n "$wineserver" ] && "$wineserver" -k 2>/dev/null || true' EXIT
+# Debian keeps the 64-bit loader and the server beside its library.
+PATH="$PATH:/usr/lib/wine"
+wineserver=$(command -v wineserver64 || command -v wineserver)
+"$wineserver" -p600 2>/dev/null || true
+trap '"$wineserver" -k 2>/dev/null || true' EXIT
 wine64 wineboot --init >/dev/null 2>&1 || true
 
 cd "$build"

@@ -18,10 +18,11 @@ int run(const std::vector<std::string>& arguments, std::ostream& out, std::ostre
 
     LifeOptions options;
     bool json = false;
-    CLI::App app("Plays one life of a part's references: remember its bodies, faces and edges, save "
-                 "them, drop everything, read them back, find them again in the part or in the part "
-                 "after a change, and tell what changed.",
-                 "ktmdl-demo");
+    CLI::App app(
+        "Plays one life of a part's references: remember its bodies, faces and edges, save "
+        "them, drop everything, read them back, find them again in the part or in the part "
+        "after a change, and tell what changed.",
+        "ktmdl-demo");
     app.add_option("PART", options.part,
                    "STEP file of the part; a sample of its own when left out");
     app.add_option("CHANGED", options.changed, "STEP file of the part after a change");
@@ -40,8 +41,8 @@ int run(const std::vector<std::string>& arguments, std::ostream& out, std::ostre
     }
 
     try {
-        const LifeReport report =
-            playLife(options, [&](const std::string& name, const std::string& text, double seconds) {
+        const LifeReport report = playLife(
+            options, [&](const std::string& name, const std::string& text, double seconds) {
                 if (!json) {
                     out << stepLine(name, text, seconds) << std::flush;
                 }

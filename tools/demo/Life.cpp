@@ -115,9 +115,9 @@ class Life
 public:
     Life(const LifeOptions& options,
          const std::function<void(const std::string&, const std::string&, double)>& told)
-        : mOptions(options), mTold(told)
-    {
-    }
+        : mOptions(options),
+          mTold(told)
+    {}
 
     LifeReport play(const std::filesystem::path& folder);
 
@@ -147,11 +147,13 @@ private:
 
 void Life::step(const std::string& name, const std::function<std::string()>& work)
 {
+    const long callsBefore = mHost.journal().calls();
     const auto start = std::chrono::steady_clock::now();
     const std::string text = work();
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     mReport.seconds.emplace_back(name, seconds);
+    mReport.calls.emplace_back(name, mHost.journal().calls() - callsBefore);
     if (mTold) {
         mTold(name, text, seconds);
     }
@@ -281,7 +283,8 @@ std::string Life::save(const std::string& path)
     ktstd_Archive archive;
     archive << mBodies;
     archive.Save(path.c_str());
-    mReport.savedBytes = static_cast<long>(std::filesystem::file_size(std::filesystem::u8path(path)));
+    mReport.savedBytes =
+        static_cast<long>(std::filesystem::file_size(std::filesystem::u8path(path)));
     return count(mReport.references, "reference", "references") + ", " +
            count(mReport.savedBytes, "byte", "bytes") + " (" +
            std::to_string(mReport.savedBytes / mReport.references) + " each)";

@@ -66,6 +66,7 @@ struct LifeReport
     long unbound{};
     std::vector<Change> changes;
     long hostCalls{};
+    std::vector<std::pair<std::string, long>> calls;     //!< host calls per step, in order
     std::vector<std::pair<std::string, double>> seconds; //!< per step, in order
 };
 

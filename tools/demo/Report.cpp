@@ -110,6 +110,10 @@ std::string jsonText(const LifeReport& report)
                                    {"altered", change.altered}});
     }
     json["host_calls"] = report.hostCalls;
+    json["host_calls_per_step"] = nlohmann::ordered_json::object();
+    for (const auto& step : report.calls) {
+        json["host_calls_per_step"][step.first] = step.second;
+    }
     json["seconds"] = nlohmann::ordered_json::object();
     for (const auto& step : report.seconds) {
         json["seconds"][step.first] = step.second;

@@ -1,0 +1,35 @@
+kt_test(ktmdl_tests
+  ktmdl_Aliases_test.cpp
+  ktmdl_Axis3d_test.cpp
+  ktmdl_BBox3d_test.cpp
+  ktmdl_CrdSys3d_test.cpp
+  ktmdl_Data3d_test.cpp
+  ktmdl_ErosionPosSeq_test.cpp
+  ktmdl_ErosionPos_test.cpp
+  ktmdl_GoldenArchives_test.cpp
+  ktmdl_Pnt3dSeq_test.cpp
+  ktmdl_Pnt3d_test.cpp
+  ktmdl_TopoHSeq_test.cpp
+  ktmdl_TopoMap_test.cpp
+  ktmdl_TopoSeq_test.cpp
+  ktmdl_Trsf3dSeq_test.cpp
+  ktmdl_Trsf3d_test.cpp
+  ktmdl_ValueSeq_test.cpp
+  ktmdl_Vec3d_test.cpp
+  ktmdl_test.cpp
+  ktmdl_BldLoops_test.cpp
+  ktmdl_Diag_test.cpp
+  ktmdl_Topo_Changes_test.cpp
+  ktmdl_Topo_Children_test.cpp
+  ktmdl_Topo_Construction_test.cpp
+  ktmdl_Topo_Document_test.cpp
+  ktmdl_Topo_Keys_test.cpp
+  ktmdl_Topo_Queries_test.cpp
+  ktmdl_Topo_Record_test.cpp
+  ktmdl_Topo_Registry_test.cpp
+  support/EdgeSet.cpp
+  support/FakeDispatch.cpp
+  support/LogCapture.cpp
+  support/TopoScene.cpp
+  "${PROJECT_SOURCE_DIR}/ktmdl/ktmdl_Diag_detail.cpp"
+  LINK ktmdl)

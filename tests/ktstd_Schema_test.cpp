@@ -1,0 +1,54 @@
+#include "ktstd/ktstd_Schema.h"
+
+#include "ktstd/ktstd_Archive.h"
+#include "ktstd/ktstd_AsciiString.h"
+#include "support/Records.h"
+#include "support/TestShared.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <type_traits>
+
+using kt_test::archiveHolding;
+
+static_assert(std::is_same_v<decltype(ktstd_Schema::ClassVersion(ktstd_AsciiString())), long>);
+static_assert(std::is_same_v<decltype(ktstd_Schema::LastClassVersion(ktstd_AsciiString())), long>);
+
+namespace {
+
+const ktstd_AsciiString kName("TestShared");
+
+} // namespace
+
+TEST(ktstd_Schema, LastVersionIsTheOneRegistered)
+{
+    EXPECT_EQ(ktstd_Schema::LastClassVersion(kName), 3);
+    EXPECT_EQ(ktstd_Schema::LastClassVersion("TestChild"), 0);
+    EXPECT_LT(ktstd_Schema::LastClassVersion("Stranger"), 0);
+}
+
+TEST(ktstd_Schema, ClassVersionIsThatOfTheArchiveRead)
+{
+    for (const long version : {0L, 1L, 3L, 4L, -1L, -2147483647L - 1L, 2147483647L}) {
+        ktstd_Archive archive(archiveHolding({1}, 16, {{"TestShared", version}}));
+        EXPECT_EQ(archive.IsStoring(), 0);
+        EXPECT_EQ(ktstd_Schema::ClassVersion(kName), version);
+        EXPECT_EQ(ktstd_Schema::LastClassVersion(kName), 3) << "that of the program";
+    }
+}
+
+TEST(ktstd_Schema, ArchiveHoldsTheNewestVersionsUnlessToldOtherwise)
+{
+    ktstd_Archive archive(archiveHolding({1}));
+    EXPECT_EQ(archive.IsStoring(), 0);
+    EXPECT_EQ(ktstd_Schema::ClassVersion(kName), 3);
+    EXPECT_EQ(ktstd_Schema::ClassVersion("TestChild"), 0);
+}
+
+TEST(ktstd_Schema, ClassThatTheArchiveDoesNotListHasANegativeVersion)
+{
+    ktstd_Archive archive(archiveHolding({1}));
+    EXPECT_EQ(archive.IsStoring(), 0);
+    EXPECT_LT(ktstd_Schema::ClassVersion("Stranger"), 0);
+}

@@ -1,0 +1,1 @@
+kt_test(layers_tests layers_Includes_test.cpp)

@@ -1,0 +1,3 @@
+kt_test(tools_tests
+  tools_Demo_test.cpp
+  LINK ktdemo)
