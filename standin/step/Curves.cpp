@@ -74,22 +74,6 @@ std::vector<double> readWeights(const Entity& entity)
     return weights;
 }
 
-// The ends of a curve that closes up meet within this part of its size.
-constexpr double kClosing = 1e-9;
-
-bool closes(const geom::Curve& curve, const std::vector<Vec>& poles)
-{
-    geom::Box box;
-    for (const Vec& pole : poles) {
-        box.add(pole);
-    }
-    double from = 0.0;
-    double to = 0.0;
-    curve.naturalRange(from, to);
-    return geom::distance(curve.at(from), curve.at(to)) <=
-           kClosing * geom::distance(box.min, box.max);
-}
-
 CurvePtr readBSpline(const Exchange& exchange, const Entity& entity, const Units& units)
 {
     const bool complex = entity.isComplex();
@@ -111,11 +95,9 @@ CurvePtr readBSpline(const Exchange& exchange, const Entity& entity, const Units
     } else {
         knots = impliedKnots(entity, form, degree, poles.size());
     }
-    const std::vector<double> weights = readWeights(entity);
+    const bool closed = readClosed(attributes[first + 3]);
     try {
-        CurvePtr open = geom::makeBSplineCurve(degree, poles, weights, knots, false);
-        return closes(*open, poles) ? geom::makeBSplineCurve(degree, poles, weights, knots, true)
-                                    : open;
+        return geom::makeBSplineCurve(degree, poles, readWeights(entity), knots, closed);
     } catch (const std::invalid_argument& error) {
         entity.fail(error.what());
     }
@@ -247,6 +229,11 @@ int readDegree(const Value& value)
                    std::to_string(kMaxDegree));
     }
     return degree;
+}
+
+bool readClosed(const Value& flag)
+{
+    return !flag.isOmitted() && flag.enumeration() == "T";
 }
 
 double readRadius(const Value& value, double length)

@@ -39,8 +39,10 @@ enum class KnotForm
 [[nodiscard]] KnotForm knotForm(const Entity& entity, std::string_view dimension);
 
 //! Gives every knot of a direction with written knots.
-//! @param multiplicities, values  the two lists
-//! @param degree, poles           at least 1 and degree + 1
+//! @param multiplicities  as many as values
+//! @param values          the distinct knots
+//! @param degree          at least 1
+//! @param poles           at least degree + 1
 //! @throws StepError  the counts don't fit, or a multiplicity is out of 1 to degree + 1
 [[nodiscard]] std::vector<double> writtenKnots(const Value& multiplicities, const Value& values,
                                                int degree, std::size_t poles);
@@ -53,6 +55,9 @@ enum class KnotForm
 //! Reads a degree.
 //! @throws StepError  outside 1 to 64
 [[nodiscard]] int readDegree(const Value& value);
+
+//! Reads whether the file says that a B-spline closes; unknown counts as no.
+[[nodiscard]] bool readClosed(const Value& flag);
 
 //! Reads a length in metres.
 //! @throws StepError  outside 1e-12 to 1e9 m

@@ -87,12 +87,11 @@ void Value::fail(const std::string& why) const
     mEntity->fail(why);
 }
 
-const Node& Value::want(ValueKind wanted) const
+void Value::want(ValueKind wanted) const
 {
     if (kind() != wanted) {
         fail(std::string("wanted ") + nameOf(wanted) + ", found " + nameOf(kind()));
     }
-    return node();
 }
 
 long Value::reference() const
@@ -166,7 +165,8 @@ bool Value::boolean() const
 
 std::uint32_t Value::size() const
 {
-    return want(ValueKind::list).count;
+    want(ValueKind::list);
+    return node().count;
 }
 
 Value::Iterator Value::begin() const
@@ -177,7 +177,8 @@ Value::Iterator Value::begin() const
 
 Value::Iterator Value::end() const
 {
-    return {*mEntity, want(ValueKind::list).next};
+    want(ValueKind::list);
+    return {*mEntity, node().next};
 }
 
 Value::Iterator& Value::Iterator::operator++() noexcept

@@ -301,8 +301,8 @@ std::size_t Exchange::lineOf(long number) const noexcept
 
 void Exchange::charge(std::size_t nodes) const
 {
-    // Honest files stay below one parameter for each byte.
-    constexpr std::size_t kPerByte = 4;
+    // Ten times what the samples need, more than that for the real parts tried.
+    constexpr std::size_t kPerByte = 2;
     constexpr std::size_t kAlways = 100000;
     mTaken += nodes;
     if (mTaken > kPerByte * mText.size() + kAlways) {

@@ -88,7 +88,7 @@ public:
 private:
     [[nodiscard]] const Node& node() const noexcept;
     [[nodiscard]] std::string_view raw() const noexcept;
-    const Node& want(ValueKind wanted) const;
+    void want(ValueKind wanted) const;
 
     const Entity* mEntity;
     std::uint32_t mNode;

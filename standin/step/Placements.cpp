@@ -18,12 +18,14 @@ Vec readTriple(const Value& list)
     if (list.size() != 3) {
         list.fail("wanted 3 coordinates, found " + std::to_string(list.size()));
     }
-    double numbers[3];
-    std::size_t count = 0;
-    for (const Value value : list) {
-        numbers[count++] = value.number();
-    }
-    return {numbers[0], numbers[1], numbers[2]};
+    Value::Iterator value = list.begin();
+    Vec triple;
+    triple.x = (*value).number();
+    ++value;
+    triple.y = (*value).number();
+    ++value;
+    triple.z = (*value).number();
+    return triple;
 }
 
 } // namespace

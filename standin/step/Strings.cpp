@@ -122,7 +122,10 @@ private:
         mText.remove_prefix(1);
     }
 
-    bool startsWith(std::string_view what) const { return mText.substr(0, what.size()) == what; }
+    [[nodiscard]] bool startsWith(std::string_view what) const
+    {
+        return mText.substr(0, what.size()) == what;
+    }
 
     void directive()
     {
@@ -168,7 +171,7 @@ private:
     }
 
     // Reads a fixed count of hexadecimal digits; false when there are fewer.
-    bool hex(std::size_t offset, std::size_t digits, char32_t& value) const
+    [[nodiscard]] bool hex(std::size_t offset, std::size_t digits, char32_t& value) const
     {
         if (mText.size() < offset + digits) {
             return false;

@@ -95,34 +95,6 @@ std::vector<double> readWeights(const Entity& entity)
     return weights;
 }
 
-// The sides of a surface that closes up meet within this part of its size.
-constexpr double kClosing = 1e-9;
-
-// Tells whether the surface's two sides across one direction are the same curve.
-bool closes(const geom::Surface& surface, const Net& net, bool alongU)
-{
-    geom::Box box;
-    for (const Vec& pole : net.poles) {
-        box.add(pole);
-    }
-    const double tolerance = kClosing * geom::distance(box.min, box.max);
-    geom::Param from;
-    geom::Param to;
-    surface.naturalRange(from, to);
-    const int samples = 2 * (alongU ? net.countV : net.countU) + 1;
-    for (int i = 0; i <= samples; ++i) {
-        const double part = static_cast<double>(i) / samples;
-        const double u = from.u + (to.u - from.u) * part;
-        const double v = from.v + (to.v - from.v) * part;
-        const Vec one = alongU ? surface.at({from.u, v}) : surface.at({u, from.v});
-        const Vec other = alongU ? surface.at({to.u, v}) : surface.at({u, to.v});
-        if (geom::distance(one, other) > tolerance) {
-            return false;
-        }
-    }
-    return true;
-}
-
 SurfacePtr readBSpline(const Exchange& exchange, const Entity& entity, const Units& units)
 {
     const bool complex = entity.isComplex();
@@ -151,16 +123,11 @@ SurfacePtr readBSpline(const Exchange& exchange, const Entity& entity, const Uni
         knotsU = impliedKnots(entity, form, degreeU, polesU);
         knotsV = impliedKnots(entity, form, degreeV, polesV);
     }
-    const std::vector<double> weights = readWeights(entity);
-    const auto make = [&](bool closedU, bool closedV) {
-        return geom::makeBSplineSurface(degreeU, degreeV, net.countU, net.countV, net.poles,
-                                        weights, knotsU, knotsV, closedU, closedV);
-    };
+    const bool closedU = readClosed(attributes[first + 4]);
+    const bool closedV = readClosed(attributes[first + 5]);
     try {
-        SurfacePtr open = make(false, false);
-        const bool closedU = closes(*open, net, true);
-        const bool closedV = closes(*open, net, false);
-        return closedU || closedV ? make(closedU, closedV) : open;
+        return geom::makeBSplineSurface(degreeU, degreeV, net.countU, net.countV, net.poles,
+                                        readWeights(entity), knotsU, knotsV, closedU, closedV);
     } catch (const std::invalid_argument& error) {
         entity.fail(error.what());
     }
