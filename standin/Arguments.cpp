@@ -73,7 +73,7 @@ HRESULT convert(const VARIANT& value, VARTYPE type, Read read) noexcept
     if (!mayBeNumber(value)) {
         return DISP_E_TYPEMISMATCH;
     }
-    VARIANT number;
+    VARIANT number{};
     VariantInit(&number);
     const HRESULT result = VariantChangeType(&number, const_cast<VARIANT*>(&value), 0, type);
     if (SUCCEEDED(result)) {

@@ -35,10 +35,23 @@ void Census::leave(const char* className) noexcept
     }
 }
 
+namespace {
+
+//! Never destroyed: objects held by static variables leave the census at the process's very end.
+union Forever {
+    Census census;
+    Forever() : census() {}
+    Forever(const Forever&) = delete;
+    Forever& operator=(const Forever&) = delete;
+    ~Forever() {} // NOLINT(modernize-use-equals-default): a default one would be deleted
+};
+
+} // namespace
+
 Census& processCensus() noexcept
 {
-    static Census census;
-    return census;
+    static Forever forever;
+    return forever.census;
 }
 
 } // namespace standin

@@ -13,10 +13,10 @@ constexpr double kDisplayShare = 1.0 / 500.0;
 
 } // namespace
 
-PartContent::PartContent(std::string partNameText, std::vector<geom::Body> partBodies,
+PartContent::PartContent(std::string nameText, std::vector<geom::Body> bodyList,
                          PartDigest digestOfPart, std::vector<std::string> readerWarnings)
-    : partName(std::move(partNameText)),
-      allBodies(std::move(partBodies)),
+    : partName(std::move(nameText)),
+      allBodies(std::move(bodyList)),
       partDigest(digestOfPart),
       readerText(std::move(readerWarnings))
 {}

@@ -67,7 +67,7 @@ struct BodyKeys
 class PartContent
 {
 public:
-    PartContent(std::string partName, std::vector<geom::Body> partBodies, PartDigest partDigest,
+    PartContent(std::string nameText, std::vector<geom::Body> bodyList, PartDigest digestOfPart,
                 std::vector<std::string> readerWarnings);
 
     [[nodiscard]] const std::string& name() const noexcept { return partName; }

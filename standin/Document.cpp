@@ -19,15 +19,13 @@ public:
     {
         this->host().application = this;
     }
+    ~Application() override { host().application = nullptr; }
 
     static const ClassInfo& table()
     {
         static const ClassInfo info{"Application", nullptr, {}};
         return info;
     }
-
-protected:
-    ~Application() override { host().application = nullptr; }
 };
 
 class PartDocument : public Object
@@ -39,6 +37,7 @@ public:
     {
         document->object = this;
     }
+    ~PartDocument() override { document->object = nullptr; }
 
     void fullName(Call& call) { call.answer(asText(document->fullName)); }
     void name(Call& call) { call.answer(asText(document->name())); }
@@ -59,7 +58,6 @@ public:
     static const ClassInfo& table();
 
 protected:
-    ~PartDocument() override { document->object = nullptr; }
     [[nodiscard]] bool connected() const noexcept override { return document->open; }
 
 private:
@@ -134,9 +132,12 @@ void closeDocument(HostState& host, const std::shared_ptr<OpenDocument>& documen
 {
     document->open = false;
     document->part->connected = false;
-    const std::shared_ptr<OpenDocument> kept = document;
-    host.documents.erase(std::remove(host.documents.begin(), host.documents.end(), kept),
-                         host.documents.end());
+    // The document may be given by its place in the very list.
+    const OpenDocument* const closed = document.get();
+    host.documents.erase(
+        std::remove_if(host.documents.begin(), host.documents.end(),
+                       [closed](const auto& each) { return each.get() == closed; }),
+        host.documents.end());
 }
 
 IDispatchPtr documentObject(const std::shared_ptr<HostState>& host,

@@ -120,7 +120,7 @@ public:
     std::string make(const Entity& entity)
     {
         for (std::uint64_t attempt = 0;; ++attempt) {
-            const std::string key = candidate(entity, attempt);
+            std::string key = candidate(entity, attempt);
             if (used.insert(key).second) {
                 return key;
             }

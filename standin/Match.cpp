@@ -1,6 +1,7 @@
 #include "standin/Match.h"
 
 #include "standin/MatchShape.h"
+#include "standin/geom/FaceGeometry.h"
 
 #include <algorithm>
 #include <map>
@@ -239,19 +240,31 @@ private:
         return count;
     }
 
+    //! Tells whether two planes look into roughly one direction; other surfaces always may.
+    [[nodiscard]] static bool mayHaveMoved(const geom::Face& a, const geom::Face& b)
+    {
+        constexpr double kSixtyDegrees = 0.5;
+        return a.surface->kind() != geom::SurfaceKind::plane ||
+               geom::dot(geom::faceNormal(a, {}), geom::faceNormal(b, {})) > kSixtyDegrees;
+    }
+
     //! Joins faces of one kind that stand between the same neighbours on other surfaces.
     void joinMovedFaces()
     {
         joinByScore(faces, [this](std::size_t o, std::size_t n) {
             const FaceShape& a = old.faces[o];
             const FaceShape& b = now.faces[n];
-            const std::size_t shared = a.kind == b.kind ? sharedNeighbours(o, n) : 0;
+            if (a.kind != b.kind || !mayHaveMoved(*a.face, *b.face)) {
+                return 0.0;
+            }
+            const std::size_t shared = sharedNeighbours(o, n);
             const std::size_t most = std::max(a.neighbours.size(), b.neighbours.size());
             if (shared == 0 || 2 * shared < most) {
                 return 0.0;
             }
             const double covered = overlap(a.box, b.box, tolerance);
-            const bool surrounded = shared == most && shared >= 2;
+            const std::size_t least = std::min(a.neighbours.size(), b.neighbours.size());
+            const bool surrounded = shared == least && shared >= 2;
             if (covered <= 0.0 && !surrounded) {
                 return 0.0;
             }
@@ -279,6 +292,7 @@ private:
         }
         for (std::size_t i = 0; i < old.faces.size(); ++i) {
             if (old.faces[i].kind != now.faces[i].kind ||
+                old.faces[i].face->reversed != now.faces[i].face->reversed ||
                 (faces.newOf[i] != kNone && faces.newOf[i] != i) ||
                 (faces.oldOf[i] != kNone && faces.oldOf[i] != i) ||
                 !sameLoops(*old.faces[i].face, *now.faces[i].face)) {

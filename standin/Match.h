@@ -22,6 +22,7 @@ struct BodyMatch
 //! is found where only one answer offers itself; nothing old is given to two. The same two parts
 //! always give the same answer.
 //! @return one entry per body of the new part
-[[nodiscard]] std::vector<BodyMatch> matchParts(const PartContent& old, const PartContent& now);
+[[nodiscard]] std::vector<BodyMatch> matchParts(const PartContent& oldPart,
+                                                const PartContent& newPart);
 
 } // namespace standin

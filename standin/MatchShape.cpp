@@ -194,11 +194,11 @@ double tolerance(const std::vector<BodyShape>& a, const std::vector<BodyShape>& 
 
 bool sameBox(const geom::Box& a, const geom::Box& b, double tolerance)
 {
-    const auto near = [tolerance](const geom::Vec& p, const geom::Vec& q) {
+    const auto close = [tolerance](const geom::Vec& p, const geom::Vec& q) {
         return std::fabs(p.x - q.x) <= tolerance && std::fabs(p.y - q.y) <= tolerance &&
                std::fabs(p.z - q.z) <= tolerance;
     };
-    return (a.empty() && b.empty()) || (near(a.min, b.min) && near(a.max, b.max));
+    return (a.empty() && b.empty()) || (close(a.min, b.min) && close(a.max, b.max));
 }
 
 double overlap(const geom::Box& a, const geom::Box& b, double tolerance)

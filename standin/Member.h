@@ -32,8 +32,8 @@ enum class Shape
 
 struct Parameter
 {
-    const wchar_t* name;
-    Shape shape;
+    const wchar_t* name = nullptr;
+    Shape shape{};
     bool optional = false; //!< only behind those that are not
 };
 

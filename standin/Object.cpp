@@ -103,15 +103,12 @@ HRESULT STDMETHODCALLTYPE Object::QueryInterface(REFIID iid, void** object)
                                CallKind::queryInterface);
         const FaultPlan::Site site{CallKind::queryInterface, classInfo.name, "QueryInterface", 0,
                                    &iid};
-        HRESULT result = E_NOINTERFACE;
+        const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IDispatch) ||
+                           (classInfo.iid != nullptr && IsEqualIID(iid, *classInfo.iid));
+        HRESULT result = known ? S_OK : E_NOINTERFACE;
         const Fault* fault = nullptr;
         if (session->faults.failsNow(site, fault)) {
             result = FAILED(fault->code) ? fault->code : E_NOINTERFACE;
-        } else if (IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IDispatch) ||
-                   (classInfo.iid != nullptr && IsEqualIID(iid, *classInfo.iid))) {
-            *object = static_cast<IDispatch*>(this);
-            AddRef();
-            result = S_OK;
         }
         if (session->journal.isRecording()) {
             JournalEntry entry;
@@ -123,6 +120,10 @@ HRESULT STDMETHODCALLTYPE Object::QueryInterface(REFIID iid, void** object)
             entry.result = result;
             entry.faulty = fault != nullptr;
             session->journal.add(std::move(entry));
+        }
+        if (SUCCEEDED(result)) {
+            AddRef();
+            *object = static_cast<IDispatch*>(this);
         }
         return result;
     } catch (const std::bad_alloc&) {

@@ -14,18 +14,14 @@ namespace standin {
 
 struct HostState;
 
-#if defined(__MINGW32__)
-// The platform's IDispatch has a public destructor that is not virtual; nobody deletes through it.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
-#endif
-
 //! An automation object. New ones count zero references; take them into a smart pointer at once.
 class Object : public IDispatch
 {
 public:
     Object(const Object&) = delete;
     Object& operator=(const Object&) = delete;
+    //! Called by the last Release, by nobody else.
+    virtual ~Object();
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
     ULONG STDMETHODCALLTYPE AddRef() override;
@@ -46,8 +42,6 @@ public:
 
 protected:
     Object(std::shared_ptr<HostState> hostState, const ClassInfo& info);
-    // NOLINTNEXTLINE(modernize-use-override): IDispatch's has no destructor to override on Windows
-    virtual ~Object();
 
     //! Tells whether what the object stands for still exists.
     [[nodiscard]] virtual bool connected() const noexcept { return true; }
@@ -65,9 +59,5 @@ private:
     ULONG references = 0;
     long serial = 0;
 };
-
-#if defined(__MINGW32__)
-#pragma GCC diagnostic pop
-#endif
 
 } // namespace standin

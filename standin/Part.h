@@ -29,13 +29,12 @@ public:
     //! @param known  the part knows the object and gives it again when asked for the same thing
     PartObject(std::shared_ptr<HostState> hostState, const ClassInfo& info, LivePartPtr livePart,
                const Entity& entity, bool known);
+    ~PartObject() override;
 
     [[nodiscard]] const Entity& entity() const noexcept { return subject; }
     IDispatchPtr twin() override;
 
 protected:
-    ~PartObject() override;
-
     [[nodiscard]] bool connected() const noexcept override { return part->connected; }
     [[nodiscard]] const PartContent& content() const noexcept { return *part->content; }
     [[nodiscard]] const LivePartPtr& live() const noexcept { return part; }

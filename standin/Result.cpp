@@ -400,12 +400,6 @@ void Result::setOut(std::size_t parameter, Value value)
     outs.emplace_back(parameter, std::move(packed));
 }
 
-void Result::clear()
-{
-    result = Packed();
-    outs.clear();
-}
-
 bool Result::canChange(const Fault& fault, const Member& member) const
 {
     if (fault.kind == FaultKind::noResult || fault.kind == FaultKind::replaceResult) {
@@ -425,11 +419,10 @@ bool Result::canChange(const Fault& fault, const Member& member) const
 void Result::change(const Fault& fault, const Member& member, Object& called)
 {
     if (fault.kind == FaultKind::noResult) {
-        result = Packed();
+        result.value = Value();
         return;
     }
     if (fault.kind == FaultKind::replaceResult) {
-        result = Packed();
         result.value = Value(std::in_place_type<_variant_t>, fault.value);
         return;
     }

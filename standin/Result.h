@@ -68,8 +68,6 @@ class Result
 public:
     void setResult(Value value) { result.value = std::move(value); }
     void setOut(std::size_t parameter, Value value);
-    //! Forgets all answers.
-    void clear();
 
     //! Tells whether a fault can change these answers.
     [[nodiscard]] bool canChange(const Fault& fault, const Member& member) const;

@@ -83,10 +83,10 @@ public:
         const RecordBytes record = wanted();
         ASSERT_FALSE(record.markers().empty());
         for (const RecordPlace& marker : record.markers()) {
-            for (const std::size_t byte : {0U, 1U}) {
-                SCOPED_TRACE(testing::Message() << "marker at " << marker.offset + byte);
+            for (const std::size_t half : {0U, 1U}) {
+                SCOPED_TRACE(testing::Message() << "marker at " << marker.offset + half);
                 Bytes damaged = record.bytes();
-                damaged[marker.offset + byte] ^= 0x01U;
+                damaged[marker.offset + half] ^= 0x01U;
                 ktstd_Archive archive(archiveHolding(damaged));
                 Class loaded = Sample::other();
                 EXPECT_TRUE(raisesFileIO(17, marker.className + ": expected end of class",

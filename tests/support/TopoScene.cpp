@@ -41,7 +41,7 @@ fake::Object& Scene::Collection(const std::string& aName, const std::vector<fake
     fake::Object& collection = world.Make(aName);
     collection.Property(ktmdl_host::Collection::Count,
                         fake::givesNumber(static_cast<LONG>(aItems.size())));
-    collection.Method(0, [aItems](const fake::Args& aArgs, VARIANT* aResult) -> HRESULT {
+    collection.Method(DISPID{0}, [aItems](const fake::Args& aArgs, VARIANT* aResult) -> HRESULT {
         const LONG index = aArgs.Number(0);
         if (index < 1 || index > static_cast<LONG>(aItems.size())) {
             return DISP_E_BADINDEX;

@@ -1,0 +1,494 @@
+//! The whole interface, class by class, against a table of its own.
+
+#include "standin/Object.h"
+#include "support/CensusGuard.h"
+#include "support/HostObjects.h"
+#include "support/PartOfAllKinds.h"
+
+#include <gtest/gtest.h>
+
+#include <list>
+#include <map>
+#include <set>
+
+namespace {
+
+using namespace support;
+
+//! Parameters are one letter each: l long, d double, b Boolean, v VARIANT; by reference L long,
+//! D double, O object, V VARIANT; arrays B of bytes, R of doubles, I of longs. A question mark
+//! behind a letter: may be left out.
+struct Row
+{
+    const char* className;
+    const wchar_t* name;
+    DISPID id;
+    WORD kind;
+    const char* parameters;
+};
+
+constexpr WORD kM = DISPATCH_METHOD;
+constexpr WORD kG = DISPATCH_PROPERTYGET;
+
+const std::vector<Row>& rows()
+{
+    static const std::vector<Row> all = {
+        {"PartDocument", L"FullName", 9, kG, ""},
+        {"PartDocument", L"Name", 18, kG, ""},
+        {"PartDocument", L"Parent", 22, kG, ""},
+        {"PartDocument", L"Type", 70, kG, ""},
+        {"PartDocument", L"Models", 0x6069, kG, ""},
+        {"PartDocument", L"BindKeyToObject", 0x606D, kM, "BO"},
+        {"PartDocument", L"BindKeyToObjectEx", 0x60D7, kM, "bBO"},
+        {"Models", L"Count", 5, kG, ""},
+        {"Models", L"Item", 0, kM, "v"},
+        {"Model", L"Body", 49, kG, ""},
+        {"Body", L"Edges", 52, kG, "l?"},
+        {"Body", L"Faces", 53, kG, "l?"},
+        {"Body", L"GetRange", 58, kM, "RR"},
+        {"Body", L"Type", 60, kG, ""},
+        {"Body", L"IsSolid", 65, kG, ""},
+        {"Body", L"GetReferenceKey", 70, kM, "BV?"},
+        {"Body", L"GetExactRange", 129, kM, "RR"},
+        {"Body", L"Visible", 518, kG, ""},
+        {"Faces", L"Count", 23, kG, ""},
+        {"Faces", L"Item", 0, kM, "v"},
+        {"Edges", L"Count", 23, kG, ""},
+        {"Edges", L"Item", 0, kM, "v"},
+        {"Face", L"Body", 37, kG, ""},
+        {"Face", L"Edges", 38, kG, "l?"},
+        {"Face", L"Geometry", 39, kG, ""},
+        {"Face", L"Parent", 42, kG, ""},
+        {"Face", L"GetReferenceKey", 43, kM, "BV?"},
+        {"Face", L"FacetCount", 46, kG, "d"},
+        {"Face", L"GetFacetData", 47, kM, "dLRV?V?"},
+        {"Face", L"Type", 48, kG, ""},
+        {"Face", L"GetExactRange", 132, kM, "RR"},
+        {"Face", L"GetNormal", 229, kM, "lRR"},
+        {"Face", L"GetParamRange", 232, kM, "RR"},
+        {"Face", L"GetPointAtParam", 233, kM, "lRR"},
+        {"Face", L"GetParamAtPoint", 234, kM, "lRRRRI"},
+        {"Edge", L"Geometry", 76, kG, ""},
+        {"Edge", L"IsParamReversed", 77, kG, ""},
+        {"Edge", L"Parent", 78, kG, ""},
+        {"Edge", L"GetReferenceKey", 79, kM, "BV?"},
+        {"Edge", L"Type", 83, kG, ""},
+        {"Edge", L"IsClosed", 85, kG, ""},
+        {"Edge", L"GetExactRange", 133, kM, "RR"},
+        {"Edge", L"GetEndPoints", 267, kM, "RR"},
+        {"Edge", L"GetLengthAtParam", 268, kM, "ddD"},
+        {"Edge", L"GetParamExtents", 272, kM, "DD"},
+        {"Plane", L"GetNormalVector", 195, kM, "R"},
+        {"Plane", L"GetRootPoint", 197, kM, "R"},
+        {"Plane", L"Type", 198, kG, ""},
+        {"Line", L"Type", 368, kG, ""},
+        {"Circle", L"Type", 351, kG, ""},
+    };
+    return all;
+}
+
+//! Members whose number in the host is not known: found by name, counted, not checked by number.
+const std::set<std::pair<std::string, std::string>>& byNameOnly()
+{
+    static const std::set<std::pair<std::string, std::string>> all = {
+        {"PartDocument", "Close"}, {"Cylinder", "Type"},     {"Cone", "Type"},
+        {"Sphere", "Type"},        {"Torus", "Type"},        {"BSplineSurface", "Type"},
+        {"Ellipse", "Type"},       {"BSplineCurve", "Type"},
+    };
+    return all;
+}
+
+//! Arguments that a member takes, and what they refer to.
+class Arguments
+{
+public:
+    explicit Arguments(const std::string& parameters)
+    {
+        for (const char letter : parameters) {
+            if (letter == '?') {
+                ++optionals;
+            } else {
+                add(letter);
+            }
+        }
+    }
+    Arguments(const Arguments&) = delete;
+    Arguments& operator=(const Arguments&) = delete;
+    ~Arguments()
+    {
+        for (IDispatch* object : objects) {
+            if (object != nullptr) {
+                object->Release();
+            }
+        }
+    }
+
+    std::vector<VARIANT> values;
+    std::vector<char> letters;
+    std::size_t optionals = 0;
+
+private:
+    void add(char letter)
+    {
+        letters.push_back(letter);
+        switch (letter) {
+        case 'l':
+            values.push_back(value(LONG{1}));
+            break;
+        case 'd':
+            values.push_back(value(0.01));
+            break;
+        case 'b':
+            values.push_back(value(true));
+            break;
+        case 'v':
+            values.push_back(value(LONG{1}));
+            break;
+        case 'L':
+            longs.push_back(0), values.push_back(reference(longs.back()));
+            break;
+        case 'D':
+            reals.push_back(0.0), values.push_back(reference(reals.back()));
+            break;
+        case 'O':
+            objects.push_back(nullptr), values.push_back(reference(objects.back()));
+            break;
+        case 'V':
+            variants.emplace_back(), values.push_back(reference(variants.back()));
+            break;
+        case 'B':
+            arrays.emplace_back(std::vector<unsigned char>{1, 2, 3});
+            values.push_back(reference(arrays.back(), VT_UI1));
+            break;
+        case 'R':
+            arrays.emplace_back(std::initializer_list<double>{0.01, 0.02, 0.03});
+            values.push_back(reference(arrays.back(), VT_R8));
+            break;
+        default:
+            arrays.emplace_back(VT_I4, 1u);
+            values.push_back(reference(arrays.back(), VT_I4));
+            break;
+        }
+    }
+
+    std::list<LONG> longs;
+    std::list<double> reals;
+    std::list<IDispatch*> objects;
+    std::list<_variant_t> variants;
+    std::list<Array> arrays;
+};
+
+//! Values that no parameter of a shape takes.
+std::vector<VARIANT> wrongValues(char letter, IDispatch* anObject, Array& floats, LONG& aLong,
+                                 double& aDouble)
+{
+    VARIANT object;
+    VariantInit(&object);
+    V_VT(&object) = VT_DISPATCH;
+    V_DISPATCH(&object) = anObject;
+    VARIANT null;
+    VariantInit(&null);
+    V_VT(&null) = VT_NULL;
+    switch (letter) {
+    case 'l':
+    case 'd':
+    case 'b':
+        return {object, null};
+    case 'v':
+        return {object, null, reference(floats, VT_R4)};
+    case 'L':
+        return {value(LONG{1}), value(0.5), reference(aDouble), object};
+    case 'D':
+        return {value(LONG{1}), value(0.5), reference(aLong), object};
+    case 'O':
+        return {value(LONG{1}), object, reference(aLong), null};
+    case 'V':
+        return {value(LONG{1}), object, reference(aDouble)};
+    default:
+        return {value(LONG{1}), value(0.5), null, object, reference(floats, VT_R4)};
+    }
+}
+
+class standin_Members : public HostTest
+{
+protected:
+    void SetUp() override
+    {
+        document = session.openPart(partOfAllKinds(), "C:\\parts\\all.par");
+        application = need(get(document, 22));
+        take(application);
+        take(document);
+        const IDispatchPtr models = need(get(document, 24681));
+        take(models);
+        const LONG count = get(models, 5).number();
+        ASSERT_EQ(count, 8);
+        for (LONG i = 1; i <= count; ++i) {
+            const IDispatchPtr model = need(method(models, 0, {value(i)}));
+            take(model);
+            takeBody(need(get(model, 49)));
+        }
+    }
+
+    void takeBody(const IDispatchPtr& body)
+    {
+        take(body);
+        const IDispatchPtr faces = facesOf(body);
+        const IDispatchPtr edges = edgesOf(body);
+        take(faces);
+        take(edges);
+        for (const IDispatchPtr& face : itemsOf(faces)) {
+            take(face);
+            take(need(get(face, 39)));
+        }
+        for (const IDispatchPtr& edge : itemsOf(edges)) {
+            take(edge);
+            take(need(get(edge, 76)));
+        }
+    }
+
+    void take(const IDispatchPtr& object)
+    {
+        auto* known = dynamic_cast<standin::Object*>(object.GetInterfacePtr());
+        ASSERT_NE(known, nullptr);
+        objects.emplace(known->info().name, object);
+    }
+
+    [[nodiscard]] IDispatchPtr objectOf(const Row& row) const
+    {
+        const auto found = objects.find(row.className);
+        if (found == objects.end()) {
+            throw std::runtime_error(std::string("there is no ") + row.className);
+        }
+        return found->second;
+    }
+
+    standin::Session session;
+    IDispatchPtr application;
+    IDispatchPtr document;
+    std::map<std::string, IDispatchPtr> objects; //!< one of each class
+};
+
+std::string label(const Row& row)
+{
+    return std::string(row.className) + "." + com::toUtf8(row.name);
+}
+
+TEST_F(standin_Members, EveryClassIsThereAndHasNoMemberBesideTheTable)
+{
+    EXPECT_EQ(objects.size(), 19u);
+    std::set<std::pair<std::string, std::string>> listed = byNameOnly();
+    for (const Row& row : rows()) {
+        listed.emplace(row.className, com::toUtf8(row.name));
+    }
+    std::set<std::pair<std::string, std::string>> found;
+    for (const auto& [name, object] : objects) {
+        for (const standin::Member& member :
+             dynamic_cast<standin::Object*>(object.GetInterfacePtr())->info().members) {
+            EXPECT_TRUE(found.emplace(name, member.name).second) << name << "." << member.name;
+        }
+    }
+    EXPECT_EQ(found, listed);
+}
+
+TEST_F(standin_Members, AllAreFoundByNameInEitherCase)
+{
+    for (const Row& row : rows()) {
+        SCOPED_TRACE(label(row));
+        std::wstring upper = row.name;
+        for (wchar_t& c : upper) {
+            c = c >= L'a' && c <= L'z' ? static_cast<wchar_t>(c - 32) : c;
+        }
+        DISPID id = 0x1234;
+        EXPECT_EQ(identify(objectOf(row), row.name, id), S_OK);
+        EXPECT_EQ(id, row.id);
+        id = 0x1234;
+        EXPECT_EQ(identify(objectOf(row), upper, id), S_OK);
+        EXPECT_EQ(id, row.id);
+    }
+}
+
+TEST_F(standin_Members, AllAnswerArgumentsOfTheirShapes)
+{
+    for (const Row& row : rows()) {
+        SCOPED_TRACE(label(row));
+        const Arguments full(row.parameters);
+        EXPECT_EQ(call(objectOf(row), row.id, row.kind, full.values).code, S_OK);
+        const Arguments least(row.parameters);
+        std::vector<VARIANT> fewer = least.values;
+        fewer.resize(fewer.size() - least.optionals);
+        EXPECT_EQ(call(objectOf(row), row.id, row.kind, fewer).code, S_OK)
+            << "without the optional";
+        fewer.resize(least.values.size(), missing());
+        EXPECT_EQ(call(objectOf(row), row.id, row.kind, fewer).code, S_OK) << "with missing ones";
+    }
+}
+
+TEST_F(standin_Members, TooManyOrTooFewArgumentsAreRefused)
+{
+    for (const Row& row : rows()) {
+        SCOPED_TRACE(label(row));
+        const Arguments arguments(row.parameters);
+        std::vector<VARIANT> more = arguments.values;
+        more.push_back(value(LONG{1}));
+        EXPECT_EQ(call(objectOf(row), row.id, row.kind, more).code, DISP_E_BADPARAMCOUNT);
+        std::vector<VARIANT> fewer = arguments.values;
+        fewer.resize(fewer.size() - arguments.optionals);
+        if (!fewer.empty()) {
+            fewer.pop_back();
+            EXPECT_EQ(call(objectOf(row), row.id, row.kind, fewer).code, DISP_E_BADPARAMCOUNT);
+        }
+    }
+}
+
+TEST_F(standin_Members, ArgumentsOfOtherTypesAreRefusedWithTheirIndex)
+{
+    for (const Row& row : rows()) {
+        const std::vector<char> letters = Arguments(row.parameters).letters;
+        for (std::size_t i = 0; i < letters.size(); ++i) {
+            Array floats(VT_R4, 3);
+            LONG aLong = 0;
+            double aDouble = 0.0;
+            for (const VARIANT& wrong : wrongValues(letters[i], document, floats, aLong, aDouble)) {
+                SCOPED_TRACE(label(row) + ", argument " + std::to_string(i) + ", type " +
+                             std::to_string(V_VT(&wrong)));
+                const Arguments arguments(row.parameters);
+                std::vector<VARIANT> values = arguments.values;
+                values[i] = wrong;
+                const Outcome outcome = call(objectOf(row), row.id, row.kind, values);
+                EXPECT_EQ(outcome.code, DISP_E_TYPEMISMATCH);
+                EXPECT_EQ(outcome.argument, values.size() - 1 - i);
+            }
+        }
+    }
+}
+
+TEST_F(standin_Members, RequiredArgumentsCanNotBeMissing)
+{
+    long checked = 0;
+    for (const Row& row : rows()) {
+        const std::string parameters = row.parameters;
+        const Arguments arguments(parameters);
+        const std::size_t required = arguments.letters.size() - arguments.optionals;
+        for (std::size_t i = 0; i < required; ++i) {
+            SCOPED_TRACE(label(row) + ", argument " + std::to_string(i));
+            const Arguments fresh(parameters);
+            std::vector<VARIANT> values = fresh.values;
+            values[i] = missing();
+            const Outcome outcome = call(objectOf(row), row.id, row.kind, values);
+            EXPECT_EQ(outcome.code, DISP_E_PARAMNOTOPTIONAL);
+            EXPECT_EQ(outcome.argument, values.size() - 1 - i);
+            ++checked;
+        }
+    }
+    EXPECT_EQ(checked, 46) << "letters without a question mark in the table";
+}
+
+TEST_F(standin_Members, EachIsCalledInItsOwnWay)
+{
+    for (const Row& row : rows()) {
+        SCOPED_TRACE(label(row));
+        const WORD other = row.kind == kM ? kG : kM;
+        const Arguments one(row.parameters);
+        EXPECT_EQ(call(objectOf(row), row.id, other, one.values).code, DISP_E_MEMBERNOTFOUND);
+        const Arguments two(row.parameters);
+        EXPECT_EQ(call(objectOf(row), row.id, DISPATCH_PROPERTYPUT, two.values).code,
+                  DISP_E_MEMBERNOTFOUND);
+        const Arguments three(row.parameters);
+        EXPECT_EQ(call(objectOf(row), row.id, kM | kG, three.values).code, S_OK);
+    }
+}
+
+TEST_F(standin_Members, NumbersOfNoMemberAreRefused)
+{
+    for (const auto& [name, object] : objects) {
+        SCOPED_TRACE(name);
+        for (const DISPID id : {-1, -4, 1, 4711, 0x6002}) {
+            EXPECT_EQ(call(object, id, kM | kG).code, DISP_E_MEMBERNOTFOUND);
+        }
+    }
+}
+
+TEST_F(standin_Members, OnlyCollectionsHaveADefaultMember)
+{
+    for (const auto& [name, object] : objects) {
+        SCOPED_TRACE(name);
+        const bool collection = name == "Models" || name == "Faces" || name == "Edges";
+        EXPECT_EQ(call(object, DISPID_VALUE, kM, {value(LONG{1})}).code,
+                  collection ? S_OK : DISP_E_MEMBERNOTFOUND);
+    }
+}
+
+TEST_F(standin_Members, ParametersHaveNames)
+{
+    wchar_t member[] = L"GetFacetData";
+    wchar_t tolerance[] = L"TOLERANCE";
+    wchar_t points[] = L"points";
+    LPOLESTR names[] = {member, tolerance, points};
+    DISPID ids[] = {9, 9, 9};
+    EXPECT_EQ(objects.at("Face")->GetIDsOfNames(IID_NULL, names, 3, LOCALE_USER_DEFAULT, ids),
+              S_OK);
+    EXPECT_EQ(ids[0], 47);
+    EXPECT_EQ(ids[1], 0);
+    EXPECT_EQ(ids[2], 2);
+}
+
+TEST_F(standin_Members, TypesOfGeometryAreTheHostsConstants)
+{
+    const std::map<std::string, LONG> constants = {
+        {"Line", 167551109},           {"Circle", 167551105},  {"Ellipse", 167551107},
+        {"BSplineCurve", 167551103},   {"Plane", -1909484335}, {"Cylinder", -114972029},
+        {"Cone", -114972031},          {"Sphere", -114972027}, {"Torus", -114972025},
+        {"BSplineSurface", 1465959633}};
+    for (const auto& [name, constant] : constants) {
+        SCOPED_TRACE(name);
+        ASSERT_EQ(objects.count(name), 1u);
+        EXPECT_EQ(named(objects.at(name), L"Type", kG).number(), constant);
+    }
+}
+
+TEST_F(standin_Members, TypesOfTopologyAreTheHostsConstants)
+{
+    EXPECT_EQ(get(objects.at("Body"), 60).number(), 0x09FCA073);
+    EXPECT_EQ(get(objects.at("Face"), 48).number(), 0x09FCA063);
+    EXPECT_EQ(get(objects.at("Edge"), 83).number(), 0x09FCA075);
+    EXPECT_EQ(get(objects.at("PartDocument"), 70).number(), 1);
+}
+
+TEST_F(standin_Members, AModelHasNoType)
+{
+    EXPECT_EQ(named(objects.at("Model"), L"Type", kG).code, DISP_E_UNKNOWNNAME);
+}
+
+TEST_F(standin_Members, InterfacesAreAskedForByTheHostsIdentifiers)
+{
+    const std::map<std::string, const wchar_t*> identifiers = {
+        {"PartDocument", L"{23C52E80-4698-11CE-B307-0800363A1E02}"},
+        {"Models", L"{49852F8C-A403-11CE-818E-0800363A1E02}"},
+        {"Model", L"{49852F7F-A403-11CE-818E-0800363A1E02}"},
+        {"Body", L"{09FCA073-DFBF-11D0-A275-080036C5ED02}"},
+        {"Faces", L"{09FCA061-DFBF-11D0-A275-080036C5ED02}"},
+        {"Face", L"{09FCA063-DFBF-11D0-A275-080036C5ED02}"},
+        {"Edges", L"{09FCA06C-DFBF-11D0-A275-080036C5ED02}"},
+        {"Edge", L"{09FCA075-DFBF-11D0-A275-080036C5ED02}"},
+        {"Line", L"{09FCA085-DFBF-11D0-A275-080036C5ED02}"},
+        {"Circle", L"{09FCA081-DFBF-11D0-A275-080036C5ED02}"},
+        {"Ellipse", L"{09FCA083-DFBF-11D0-A275-080036C5ED02}"},
+        {"BSplineCurve", L"{09FCA07F-DFBF-11D0-A275-080036C5ED02}"}};
+    for (const auto& [owner, text] : identifiers) {
+        IID iid{};
+        ASSERT_EQ(IIDFromString(std::wstring(text).data(), &iid), S_OK);
+        for (const auto& [name, object] : objects) {
+            SCOPED_TRACE(name + " asked as " + owner);
+            void* found = object.GetInterfacePtr();
+            const HRESULT code = object->QueryInterface(iid, &found);
+            EXPECT_EQ(code, name == owner ? S_OK : E_NOINTERFACE);
+            EXPECT_EQ(found,
+                      name == owner ? static_cast<void*>(object.GetInterfacePtr()) : nullptr);
+            if (found != nullptr) {
+                object->Release();
+            }
+        }
+    }
+}
+
+} // namespace
