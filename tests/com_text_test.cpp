@@ -30,7 +30,7 @@ const std::string kMark8 = "\xEF\xBF\xBD";
 
 TEST(ComText, EmptyTextStaysEmpty)
 {
-    expectBoth(L"", "");
+    expectBoth(std::wstring(), "");
     EXPECT_EQ(com::toUtf8(nullptr, 0), "");
 }
 
