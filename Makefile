@@ -53,8 +53,8 @@ format:
 
 tidy:
 	@scripts/need.sh clang-tidy $(BUILD_PACKAGES) $(TEST_PACKAGES)
-	cmake --preset clang -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
-	scripts/check-tidy.sh build/clang
+	cmake --preset clang -B build/tidy -DKT_TESTS=OFF -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
+	scripts/check-tidy.sh build/tidy
 
 clean:
 	rm -rf build

@@ -145,7 +145,7 @@ public:
         mPointer = nullptr;
         return &mPointer;
     }
-    Interface* GetInterfacePtr() const noexcept { return mPointer; }
+    [[nodiscard]] Interface* GetInterfacePtr() const noexcept { return mPointer; }
     Interface*& GetInterfacePtr() noexcept { return mPointer; }
 
     template <typename OtherIIID>
@@ -242,7 +242,7 @@ private:
             mPointer->Release();
         }
     }
-    Interface* checked() const
+    [[nodiscard]] Interface* checked() const
     {
         if (mPointer == nullptr) {
             _com_issue_error(E_POINTER);

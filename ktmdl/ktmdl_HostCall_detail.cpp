@@ -14,7 +14,7 @@ constexpr std::size_t kMaxArgs = 8;
 
 VARIANT emptyVariant() noexcept
 {
-    VARIANT value;
+    VARIANT value{};
     VariantInit(&value);
     return value;
 }
@@ -194,7 +194,7 @@ HRESULT TryInvoke(IDispatch* aObject, DISPID aMember, WORD aKind,
     if (aArgs.size() > kMaxArgs) {
         return DISP_E_BADPARAMCOUNT;
     }
-    std::array<VARIANT, kMaxArgs> reversed;
+    std::array<VARIANT, kMaxArgs> reversed{};
     std::reverse_copy(aArgs.begin(), aArgs.end(), reversed.begin());
     DISPPARAMS params{};
     params.rgvarg = aArgs.size() != 0 ? reversed.data() : nullptr;

@@ -86,7 +86,7 @@ bool isBodyLike(unsigned char aType)
 }
 
 //! The registry of the process.
-ktmdl_TopoMap& registry()
+ktmdl_TopoMap& registry() noexcept
 {
     static ktmdl_TopoMap topos(1);
     return topos;
@@ -151,7 +151,8 @@ void readName(const IDispatchPtr& aDocument, const wchar_t* aProperty, ktstd_Asc
 void readFullName(const IDispatchPtr& aDocument, const Hnd_ktstd_Session& aSession,
                   ktstd_AsciiString& aName)
 {
-    const Hnd_ktstd_Session session = aSession; // adjusting may end the current session
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): adjusting may end the session
+    const Hnd_ktstd_Session session = aSession;
     readName(aDocument, L"FullName", aName);
     session->AdjustDocumentName(aName);
 }
@@ -258,7 +259,7 @@ Hnd_ktmdl_Topo ktmdl_Topo::New(const IDispatchPtr& aObject, unsigned char& aIsNe
     aIsNew = 0;
     HostArray key(VT_UI1);
     const long size = referenceKey(aObject.GetInterfacePtr(), key);
-    const Hnd_ktmdl_Topo topo = New(size, key.Get(), aIsNew);
+    Hnd_ktmdl_Topo topo = New(size, key.Get(), aIsNew);
     key.Destroy();
     topo->mDispTopo = aObject;
     return topo;
@@ -368,22 +369,23 @@ long ktmdl_Topo::UpdateDispatch()
 
 long ktmdl_Topo::UpdateDocDispatches(const IDispatchPtr& aDocument, ktstd_AsciiString& aName)
 {
-    if (mDocName.IsEmpty() == 0) {
-        if (mDocName.IsDifferent(aName) != 0) {
+    try {
+        if (mDocName.IsEmpty() == 0) {
+            if (mDocName.IsDifferent(aName) != 0) {
+                return 0;
+            }
+        } else if (mDispDoc == nullptr) {
+            return 1;
+        } else if (!IsSameComObject(mDispDoc, aDocument)) {
             return 0;
         }
-    } else if (mDispDoc == nullptr) {
-        return 1;
-    } else if (!IsSameComObject(mDispDoc, aDocument)) {
-        return 0;
-    }
-    if (!isKnownType(tplType)) {
-        return -1;
-    }
-    const IDispatchPtr document = aDocument; // may be this reference's own
-    mDispDoc = document;
-    mDocName.Copy(aName);
-    try {
+        if (!isKnownType(tplType)) {
+            return -1;
+        }
+        // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): may be this reference's own
+        const IDispatchPtr document = aDocument;
+        mDispDoc = document;
+        mDocName.Copy(aName);
         bindIn(document);
     } catch (const _com_error& error) {
         KTMDL_REPORT_CAUGHT(error, "ktmdl_Topo::UpdateDocDispatches");

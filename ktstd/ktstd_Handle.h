@@ -115,6 +115,7 @@ private:
     static ktstd_Transient* NullAddress() noexcept
     {
         // The 32-bit value 0xFEFD0000 with its sign extended.
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the null handle's address is fixed
         return reinterpret_cast<ktstd_Transient*>(static_cast<std::intptr_t>(-0x01030000));
     }
     static ktstd_Transient* Normalised(const ktstd_Transient* aObject) noexcept
@@ -162,6 +163,7 @@ public:
     //! Holds an object, or nothing when the pointer is null.
     // NOLINTNEXTLINE(google-explicit-constructor): a handle stands wherever its object may
     ktstd_HandleOf(const Object* aObject) noexcept : ParentHandle(aObject) {}
+    // NOLINTNEXTLINE(misc-unconventional-assign-operator): gives the handle class itself
     Handle& operator=(const Object* aObject) noexcept
     {
         ParentHandle::operator=(aObject);

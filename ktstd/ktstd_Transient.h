@@ -68,6 +68,7 @@ public:
     //! Gives the number of handles that hold the object.
     [[nodiscard]] long RefCount() const noexcept { return mRefCount; }
 
+    // NOLINTNEXTLINE(misc-new-delete-overloads): its sized counterpart stands below
     static void* operator new(std::size_t aSize);
     static void operator delete(void* aMemory, std::size_t aSize) noexcept;
     static void* operator new(std::size_t, void* aPlace) noexcept { return aPlace; }

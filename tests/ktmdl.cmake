@@ -23,6 +23,7 @@ kt_test(ktmdl_tests
   ktmdl_Topo_Children_test.cpp
   ktmdl_Topo_Construction_test.cpp
   ktmdl_Topo_Document_test.cpp
+  ktmdl_Topo_Faults_test.cpp
   ktmdl_Topo_Keys_test.cpp
   ktmdl_Topo_Queries_test.cpp
   ktmdl_Topo_Record_test.cpp

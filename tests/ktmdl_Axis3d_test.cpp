@@ -150,7 +150,7 @@ TEST(ktmdl_Axis3d, AngleTakesACosineWithinAMillionthOf1For0)
 {
     EXPECT_EQ(ktmdl_Axis3d::AX().Angle({1 - 0.999999e-6, 0, 0}), 0.0);
     EXPECT_EQ(ktmdl_Axis3d::AX().Angle({1 + 0.999999e-6, 0, 0}), 0.0);
-    const double less = 1 - 0.6e-6;
+    const double less = 1 - 0.500001e-6; // squared, 1 - 1.000002e-6
     EXPECT_EQ(ktmdl_Axis3d({0, 0, 0}, {less, 0, 0}).Angle({less, 0, 0}), std::acos(less * less));
 }
 

@@ -36,11 +36,11 @@ Numbers numbersOf(const ktmdl_BBox3d& aBox)
 
 const ktmdl_BBox3d kUnit(0, 0, 0, 1, 1, 1);
 
-//! A box from 0 to 1 but for one coordinate.
+//! A box with given ends on one axis, far off and different on the others.
 ktmdl_BBox3d boxWith(int aAxis, double aMin, double aMax)
 {
-    double low[3] = {0, 0, 0};
-    double high[3] = {1, 1, 1};
+    double low[3] = {-10, -20, -30};
+    double high[3] = {11, 22, 33};
     low[aAxis] = aMin;
     high[aAxis] = aMax;
     return {ktmdl_Pnt3d(low), ktmdl_Pnt3d(high)};
@@ -54,10 +54,10 @@ ktmdl_Pnt3d pointWith(const std::array<double, 3>& aRest, int aAxis, double aVal
     return ktmdl_Pnt3d(numbers);
 }
 
-//! Coordinates with which each point test holds in the box from 0 to 1, the oddly tested z too.
-constexpr std::array<double, 3> kInside = {0.5, 0.5, 2};
-constexpr std::array<double, 3> kReallyInside = {0.5, 0.5, 1.5};
-constexpr std::array<double, 3> kNotOutside = {0.5, 0.5, 0.5};
+//! Coordinates with which each point test holds in such a box, the oddly tested z too.
+constexpr std::array<double, 3> kInside = {-3, 7, 40};
+constexpr std::array<double, 3> kReallyInside = {-3, 7, 40};
+constexpr std::array<double, 3> kNotOutside = {-3, 7, 13};
 
 class Probe : public ktmdl_BBox3d
 {
@@ -133,7 +133,7 @@ TEST(ktmdl_BBox3d, AddingABoxTakesTheOuterCorners)
 TEST(ktmdl_BBox3d, AddingABoxHasNoTolerance)
 {
     for (int axis = 0; axis < 3; ++axis) {
-        ktmdl_BBox3d box(kUnit);
+        ktmdl_BBox3d box = boxWith(axis, 0, 1);
         box.Add(boxWith(axis, -above(0.0), above(1)));
         EXPECT_EQ(numbersOf(box), numbersOf(boxWith(axis, -above(0.0), above(1))));
     }
@@ -364,6 +364,9 @@ TEST(ktmdl_BBox3d, TransformByATranslationSortsTheCornersPerCoordinate)
     ktmdl_BBox3d box(10, 1, 12, 0, 11, 2);
     box.Transform(ktmdl_Trsf3d(1, 20, 300));
     EXPECT_EQ(numbersOf(box), (Numbers{1, 21, 302, 11, 31, 312}));
+    ktmdl_BBox3d other(0, 11, 2, 10, 1, 12);
+    other.Transform(ktmdl_Trsf3d(1, 20, 300));
+    EXPECT_EQ(numbersOf(other), (Numbers{1, 21, 302, 11, 31, 312}));
 }
 
 TEST(ktmdl_BBox3d, TransformByATranslationHasNoDeadBand)
@@ -429,6 +432,37 @@ TEST(ktmdl_BBox3d, TransformWithRotationHasTheDeadBandOfAddedPoints)
     ktmdl_BBox3d other(5e-7, 0, 0, 0, 1, 1);
     other.Transform(kt_test::scaling(-1, 1, 1));
     EXPECT_EQ(numbersOf(other), (Numbers{-5e-7, 0, 0, -5e-7, 1, 1}));
+}
+
+TEST(ktmdl_BBox3d, TransformReachesEveryCorner)
+{
+    // With every choice of signs another corner lies farthest out.
+    const double low[3] = {1, 10, 100};
+    const double high[3] = {4, 50, 600};
+    for (int signs = 0; signs < 8; ++signs) {
+        SCOPED_TRACE(signs);
+        double row[3] = {2, 3, 5};
+        double least = 7;
+        double most = 7;
+        for (int axis = 0; axis < 3; ++axis) {
+            row[axis] *= (signs >> axis & 1) != 0 ? -1 : 1;
+            least += row[axis] * (row[axis] > 0 ? low[axis] : high[axis]);
+            most += row[axis] * (row[axis] > 0 ? high[axis] : low[axis]);
+        }
+        for (int place = 0; place < 3; ++place) {
+            double numbers[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};
+            for (int axis = 0; axis < 3; ++axis) {
+                numbers[place][axis] = row[axis];
+            }
+            numbers[place][3] = 7;
+            ktmdl_BBox3d box(ktmdl_Pnt3d{low}, ktmdl_Pnt3d{high});
+            box.Transform(kt_test::matrix(numbers));
+            Numbers wanted = {low[0], low[1], low[2], high[0], high[1], high[2]};
+            wanted[static_cast<std::size_t>(place)] = least;
+            wanted[static_cast<std::size_t>(place) + 3] = most;
+            EXPECT_EQ(numbersOf(box), wanted);
+        }
+    }
 }
 
 TEST(ktmdl_BBox3d, TransformAddsTheCornersInTheirOrder)

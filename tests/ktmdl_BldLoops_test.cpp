@@ -292,8 +292,8 @@ TEST(ktmdl_BldLoops, EdgeThatFitsWithBothEndsIsTakenForwards)
 TEST(ktmdl_BldLoops, ExactMatchGoesBeforeANearerIndexWithAGap)
 {
     const std::vector<EdgeSpec> sides = square();
-    const EdgeSpec near = line({1, 1e-5, 0}, {7, 7, 7});
-    expectTrial({sides[0], near, sides[1], sides[2], sides[3]}, {{0, 2, 3, 4}}, {1});
+    const EdgeSpec nearby = line({1, 1e-5, 0}, {7, 7, 7});
+    expectTrial({sides[0], nearby, sides[1], sides[2], sides[3]}, {{0, 2, 3, 4}}, {1});
 }
 
 TEST(ktmdl_BldLoops, TwoSquaresAreTwoLoops)

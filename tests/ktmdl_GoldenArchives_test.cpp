@@ -424,8 +424,8 @@ void writeIfMissing(const std::string& aName, int aFormat, const Bytes& aBytes)
             << name << " belongs to no library";
     }
     std::ofstream file(fileOf(aName, aFormat), std::ios::binary);
-    for (const unsigned char byte : aBytes) {
-        file.put(static_cast<char>(byte));
+    for (const unsigned char value : aBytes) {
+        file.put(static_cast<char>(value));
     }
     file.close();
     ASSERT_TRUE(file.good());

@@ -45,6 +45,7 @@ public:
     using ktstd_BasicMap::SuppressGrowth;
 
     void setNbBuckets(long aNbBuckets) { mNbBuckets = aNbBuckets; }
+    [[nodiscard]] unsigned char isOneArray() const { return mIsOneArray; }
 };
 
 //! The references in the order of iteration.
@@ -100,6 +101,14 @@ TEST(ktmdl_TopoMap, NewMapIsEmpty)
     EXPECT_EQ(map.IsEmpty(), 1);
     EXPECT_EQ(map.NbBuckets(), 7);
     EXPECT_TRUE(toposOf(map).empty());
+}
+
+TEST(ktmdl_TopoMap, HasOneArrayOfBuckets)
+{
+    const Probe map(7);
+    EXPECT_EQ(map.isOneArray(), 1);
+    const Probe copy(map);
+    EXPECT_EQ(copy.isOneArray(), 1);
 }
 
 TEST(ktmdl_TopoMap, AddTakesTheVeryObjectOnce)
@@ -741,8 +750,8 @@ TEST(ktmdl_MapTopoHasher, HashIsThatOfTheKeyReduced)
     for (const Key& key : {Key{1, 2}, Key{0}, Key(20, 0xFF), Key{255, 254, 253, 252, 251, 250}}) {
         const Hnd_ktmdl_Topo topo = makeTopo(key);
         std::uint32_t hash = 0;
-        for (const unsigned char byte : key) {
-            hash = hash * 5U + byte;
+        for (const unsigned char part : key) {
+            hash = hash * 5U + part;
         }
         for (const long bound : {0L, 1L, 7L, 1000L, 65535L}) {
             const long wanted = ktstd_MapIntegerHasher::HashCode(

@@ -661,7 +661,7 @@ TEST(ktmdl_Topo, HasChangedRaisesAFailingItemCall)
     const Family family(scene, kGroups[2]);
     fake::Object& collection = scene.world.Make("collection");
     collection.Property(23, fake::givesNumber(2));
-    collection.Method(0, fake::fails(kGone));
+    collection.Method(DISPID{0}, fake::fails(kGone));
     family.parent.Property(L"Edges", fake::givesObject(&collection));
     Arguments arguments;
     EXPECT_EQ(codeOf([&] { (void)arguments.Ask(family.topo, 0); }), kGone);

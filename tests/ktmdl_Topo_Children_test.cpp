@@ -311,12 +311,12 @@ const Fault kFaults[] = {{"look-up",
                           DISP_E_TYPEMISMATCH, 0},
                          {"item",
                           [](Body&, fake::Object& aCollection, const wchar_t*, fake::Object&) {
-                              aCollection.Method(0, fake::fails(kGone));
+                              aCollection.Method(DISPID{0}, fake::fails(kGone));
                           },
                           kGone, 0},
                          {"null item",
                           [](Body&, fake::Object& aCollection, const wchar_t*, fake::Object&) {
-                              aCollection.Method(0, fake::givesObject(nullptr));
+                              aCollection.Method(DISPID{0}, fake::givesObject(nullptr));
                           },
                           E_POINTER, 0},
                          {"second item",

@@ -475,6 +475,19 @@ TEST(ktmdl_Topo, UpdateDocDispatchesInANullDocumentOfTheNameLogsAndGivesZero)
     scene.ExpectLog({caughtForm(kSource, kUpdate, E_POINTER)});
 }
 
+TEST(ktmdl_Topo, UpdateDocDispatchesLetsNoErrorOutWhenADocumentCantTellItsIdentity)
+{
+    Scene scene;
+    fake::Object& document = scene.world.Make("doc");
+    fake::Object& other = scene.world.Make("other document");
+    other.Refuse(IID_IUnknown, static_cast<HRESULT>(0x80010108u));
+    const Hnd_ktmdl_Topo topo = edgeTopo();
+    topo->mDispDoc = other.Ptr();
+    EXPECT_EQ(codeOf([&] { update(topo, document, "part"); }), S_OK);
+    EXPECT_EQ(topo->mDispDoc.GetInterfacePtr(), &other);
+    scene.ExpectLog({caughtForm(kSource, kUpdate, static_cast<HRESULT>(0x80010108u))});
+}
+
 // DisconnectDocument.
 
 TEST(ktmdl_Topo, DisconnectDocumentUnbindsItsReferences)

@@ -271,7 +271,7 @@ TEST(ktmdl_Vec3d, AngleTakesACosineWithinAMillionthOf1For0)
     // Lengths that count as unit, so that the cosine is their product.
     expectAngle({1, 0, 0}, {1 - 0.999999e-6, 0, 0}, 0);
     expectAngle({1, 0, 0}, {1 + 0.999999e-6, 0, 0}, 0);
-    const double less = 1 - 0.6e-6;
+    const double less = 1 - 0.500001e-6; // squared, 1 - 1.000002e-6
     expectAngle({less, 0, 0}, {less, 0, 0}, std::acos(less * less));
 }
 

@@ -85,13 +85,13 @@ TEST(ktstd_Archive, BlockOfNothingIsAllowed)
 
 TEST(ktstd_Archive, NegativeBlockLengthIsRefused)
 {
-    unsigned char byte = 7;
+    unsigned char target = 7;
     ktstd_Archive storing;
-    EXPECT_TRUE(raisesClass<FileIO>([&] { storing.Write(&byte, -1); }));
+    EXPECT_TRUE(raisesClass<FileIO>([&] { storing.Write(&target, -1); }));
     EXPECT_EQ(storing.Position(), 0U);
     ktstd_Archive loading(archiveHolding({1, 2}));
-    EXPECT_TRUE(raisesClass<FileIO>([&] { loading.Read(&byte, -1); }));
-    EXPECT_EQ(byte, 7);
+    EXPECT_TRUE(raisesClass<FileIO>([&] { loading.Read(&target, -1); }));
+    EXPECT_EQ(target, 7);
     EXPECT_EQ(loading.Remaining(), 2U);
 }
 

@@ -46,7 +46,7 @@ nlohmann::json runJson(std::vector<std::string> arguments)
 
 long lines(const std::string& text)
 {
-    return std::count(text.begin(), text.end(), '\n');
+    return static_cast<long>(std::count(text.begin(), text.end(), '\n'));
 }
 
 //! A folder of its own, removed with its content.

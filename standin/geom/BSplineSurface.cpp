@@ -54,17 +54,18 @@ public:
     [[nodiscard]] Vec at(Param p) const override;
     void derivatives(Param p, Vec& du, Vec& dv) const override
     {
-        Vec duu;
-        Vec duv;
-        Vec dvv;
-        evaluate(p, du, dv, duu, duv, dvv);
+        const SurfacePoint all = evaluate(p);
+        du = all.du;
+        dv = all.dv;
     }
     void secondDerivatives(Param p, Vec& duu, Vec& duv, Vec& dvv) const override
     {
-        Vec du;
-        Vec dv;
-        evaluate(p, du, dv, duu, duv, dvv);
+        const SurfacePoint all = evaluate(p);
+        duu = all.duu;
+        duv = all.duv;
+        dvv = all.dvv;
     }
+    [[nodiscard]] SurfacePoint evaluate(Param p) const override;
     [[nodiscard]] Vec normal(Param p) const override { return normalByDerivatives(*this, p); }
     [[nodiscard]] Param period() const noexcept override { return {mU.period(), mV.period()}; }
     void naturalRange(Param& from, Param& to) const noexcept override
@@ -84,13 +85,9 @@ public:
     }
 
 private:
-    void evaluate(Param p, Vec& du, Vec& dv, Vec& duu, Vec& duv, Vec& dvv) const;
     void closeWhereEndsMeet(const std::vector<double>& u, const std::vector<double>& v,
                             bool closedU, bool closedV);
     void findPoles(const std::vector<double>& u, const std::vector<double>& v);
-    [[nodiscard]] Weighted sum(const Basis& bu, const Basis::Row& u, const Basis& bv,
-                               const Basis::Row& v) const;
-
     std::vector<Weighted> mPoles;
     KnotVector mU;
     KnotVector mV;
@@ -100,49 +97,62 @@ private:
     SampleGrid mGrid;
 };
 
-Weighted BSplineSurface::sum(const Basis& bu, const Basis::Row& u, const Basis& bv,
-                             const Basis::Row& v) const
-{
-    Weighted total;
-    for (std::size_t i = 0; i <= static_cast<std::size_t>(mU.degree()); ++i) {
-        const Weighted* row = &mPoles[(bu.first + i) * mColumns + bv.first];
-        Weighted part;
-        for (std::size_t j = 0; j <= static_cast<std::size_t>(mV.degree()); ++j) {
-            part = part + row[j] * v[j];
-        }
-        total = total + part * u[i];
-    }
-    return total;
-}
-
 Vec BSplineSurface::at(Param p) const
 {
     Basis bu;
     Basis bv;
     mU.evaluate(p.u, bu);
     mV.evaluate(p.v, bv);
-    return projected(sum(bu, bu.value, bv, bv.value));
+    Weighted s;
+    for (std::size_t i = 0; i <= static_cast<std::size_t>(mU.degree()); ++i) {
+        const Weighted* row = &mPoles[(bu.first + i) * mColumns + bv.first];
+        Weighted part;
+        for (std::size_t j = 0; j <= static_cast<std::size_t>(mV.degree()); ++j) {
+            part = part + row[j] * bv.value[j];
+        }
+        s = s + part * bu.value[i];
+    }
+    return projected(s);
 }
 
-void BSplineSurface::evaluate(Param p, Vec& du, Vec& dv, Vec& duu, Vec& duv, Vec& dvv) const
+SurfacePoint BSplineSurface::evaluate(Param p) const
 {
     Basis bu;
     Basis bv;
     mU.evaluate(p.u, bu);
     mV.evaluate(p.v, bv);
-    const Weighted s = sum(bu, bu.value, bv, bv.value);
-    const Weighted su = sum(bu, bu.slope, bv, bv.value);
-    const Weighted sv = sum(bu, bu.value, bv, bv.slope);
-    const Weighted suu = sum(bu, bu.bend, bv, bv.value);
-    const Weighted suv = sum(bu, bu.slope, bv, bv.slope);
-    const Weighted svv = sum(bu, bu.value, bv, bv.bend);
+    Weighted s;
+    Weighted su;
+    Weighted sv;
+    Weighted suu;
+    Weighted suv;
+    Weighted svv;
+    for (std::size_t i = 0; i <= static_cast<std::size_t>(mU.degree()); ++i) {
+        const Weighted* row = &mPoles[(bu.first + i) * mColumns + bv.first];
+        Weighted value;
+        Weighted slope;
+        Weighted bend;
+        for (std::size_t j = 0; j <= static_cast<std::size_t>(mV.degree()); ++j) {
+            value = value + row[j] * bv.value[j];
+            slope = slope + row[j] * bv.slope[j];
+            bend = bend + row[j] * bv.bend[j];
+        }
+        s = s + value * bu.value[i];
+        su = su + value * bu.slope[i];
+        sv = sv + slope * bu.value[i];
+        suu = suu + value * bu.bend[i];
+        suv = suv + slope * bu.slope[i];
+        svv = svv + bend * bu.value[i];
+    }
     const double scale = 1.0 / s.w;
-    const Vec at = s.p * scale;
-    du = (su.p - at * su.w) * scale;
-    dv = (sv.p - at * sv.w) * scale;
-    duu = (suu.p - du * (2.0 * su.w) - at * suu.w) * scale;
-    duv = (suv.p - du * sv.w - dv * su.w - at * suv.w) * scale;
-    dvv = (svv.p - dv * (2.0 * sv.w) - at * svv.w) * scale;
+    SurfacePoint r;
+    r.p = s.p * scale;
+    r.du = (su.p - r.p * su.w) * scale;
+    r.dv = (sv.p - r.p * sv.w) * scale;
+    r.duu = (suu.p - r.du * (2.0 * su.w) - r.p * suu.w) * scale;
+    r.duv = (suv.p - r.du * sv.w - r.dv * su.w - r.p * suv.w) * scale;
+    r.dvv = (svv.p - r.dv * (2.0 * sv.w) - r.p * svv.w) * scale;
+    return r;
 }
 
 void BSplineSurface::closeWhereEndsMeet(const std::vector<double>& u, const std::vector<double>& v,

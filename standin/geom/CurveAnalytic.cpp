@@ -12,10 +12,11 @@ namespace {
 void addTurns(Box& box, const Curve& curve, double cosine, double sine, double from, double to)
 {
     const double turn = std::atan2(sine, cosine);
-    for (double t = turn + kPi * std::ceil((from - turn) / kPi); t <= to; t += kPi) {
-        box.add(curve.at(t));
-        if (t >= from + kTwoPi) {
-            break;
+    const double first = turn + kPi * std::ceil((from - turn) / kPi);
+    // Once round meets every turn.
+    for (const double onward : {0.0, kPi, kTwoPi}) {
+        if (first + onward <= to) {
+            box.add(curve.at(first + onward));
         }
     }
 }
@@ -81,7 +82,7 @@ public:
     }
     [[nodiscard]] double parameterAt(const Vec& point, double from, double to) const override
     {
-        const int count = 8 + static_cast<int>(std::fmin(to - from, 1e3) * 6.0);
+        const int count = 8 + static_cast<int>(std::fmin(std::fmax(to - from, 0.0), 1e3) * 6.0);
         return nearestParameter(
             [this](double t) {
                 return CurvePoint{at(t), derivative(t), secondDerivative(t)};

@@ -133,7 +133,7 @@ void Tracer::refine(const TracePoint& a, const TracePoint& b, int depth,
     }
     const Surface& surface = mGround.surface;
     const Vec there = surface.at(mid.p);
-    const bool loose = distance(surface.at(guess), there) > 0.5 * mGround.tolerance ||
+    const bool loose = distance(surface.at(guess), there) > mGround.tolerance ||
                        chordDistance(surface.at(a.p), surface.at(b.p), there) > mGround.tolerance;
     const auto leaps = [](double x, double y, double period) {
         return period > 0.0 && std::fabs(x - y) > kLongestStep * period;
@@ -229,7 +229,14 @@ std::vector<double> chordParameters(const Curve& curve, double from, double to, 
         const double count = std::ceil((to - from) / step * (1.0 - 1e-12));
         return spaced(from, to, static_cast<int>(std::fmin(std::fmax(count, 1.0), 1e6)));
     }
-    std::vector<double> stops = curve.breaks(from, to);
+    // Knots close together would only crowd the boundary; corners between them show as chords.
+    const double least = (to - from) / 40.0;
+    std::vector<double> stops;
+    for (const double knot : curve.breaks(from, to)) {
+        if (knot - (stops.empty() ? from : stops.back()) >= least && to - knot >= least) {
+            stops.push_back(knot);
+        }
+    }
     stops.push_back(to);
     const int pieces = curve.kind() == CurveKind::polyline ? 1 : stops.size() < 3 ? 4 : 2;
     for (const double stop : stops) {

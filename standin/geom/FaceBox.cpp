@@ -34,8 +34,7 @@ void addIfInside(Box& box, const Trim& trim, Param p)
 
 // Finds where the foot of one side of a loop turns along an axis, if that may widen the box.
 void addFootTurn(Box& box, const std::function<Vec(double)>& foot,
-                 const std::vector<double>& places, const std::vector<Vec>& points,
-                 const Vec& e)
+                 const std::vector<double>& places, const std::vector<Vec>& points, const Vec& e)
 {
     const double bound = std::fmax(dot(box.max, e), dot(box.min, e));
     const std::size_t last = points.size() - 1;
@@ -43,8 +42,7 @@ void addFootTurn(Box& box, const std::function<Vec(double)>& foot,
         const std::size_t before = i == 0 ? 0 : i - 1;
         const std::size_t after = i == last ? last : i + 1;
         const double here = dot(points[i], e);
-        const double rise =
-            std::fmax(here - dot(points[before], e), here - dot(points[after], e));
+        const double rise = std::fmax(here - dot(points[before], e), here - dot(points[after], e));
         if (here >= dot(points[before], e) && here >= dot(points[after], e) &&
             here + rise > bound) {
             box.add(foot(greatest([&](double t) { return dot(foot(t), e); }, places[before],

@@ -14,6 +14,14 @@ namespace standin::geom {
 namespace {
 
 constexpr int kAttempts = 8;
+constexpr int kFolds = 4;
+// Facets are measured in a few places; between those they may be a little further off.
+constexpr double kKept = 0.9;
+// The judging tolerance is a thousandth of the face's size; coarser facets than 1 in 50 no longer
+// show its shape.
+constexpr double kCoarsest = 20.0;
+// Finer than a ten-millionth of the size is beyond what files hold.
+constexpr double kFinest = 1e-4;
 
 // Fine enough that what lies inside is not in doubt, coarse enough to be cheap.
 double judgingTolerance(const Body& body, const Face& face)
@@ -26,8 +34,19 @@ double judgingTolerance(const Body& body, const Face& face)
             }
         }
     }
+    Param from;
+    Param to;
+    if (box.empty() && face.surface != nullptr) {
+        face.surface->naturalRange(from, to);
+        const std::vector<double> v = spaced(from.v, to.v, 4);
+        for (const double u : spaced(from.u, to.u, 4)) {
+            for (const double w : v) {
+                box.add(face.surface->at({u, w}));
+            }
+        }
+    }
     const double size = box.empty() ? 0.0 : length(box.max - box.min);
-    return std::isfinite(size) ? std::fmax(1e-3 * size, 1e-9) : 1e-3;
+    return size > 0.0 && std::isfinite(size) ? std::fmax(1e-3 * size, 1e-9) : 1e-3;
 }
 
 // Moves the ends of a range to where the edges really turn, between the samples.
@@ -81,22 +100,33 @@ std::vector<double> FaceGeometry::facets(double tolerance) const
     if (mTrim->broken() || !(tolerance > 0.0) || !std::isfinite(tolerance)) {
         return {};
     }
-    // Loops that are apart may cross as coarse polygons; closer ones do not.
-    double boundary = tolerance;
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    // Loops that are apart may cross as coarse polygons, and coarse facets may fold where the face
+    // bends; both end as facets get finer.
+    const double coarsest = kCoarsest * mTrim->tolerance();
+    const double finest = std::fmax(kFinest * mTrim->tolerance(), 1e-9);
+    double boundary = std::fmax(std::fmin(tolerance, coarsest), finest);
+    double chord = boundary;
+    std::vector<double> result;
+    int folds = 0;
+    for (int attempt = 0; attempt < kAttempts && folds < kFolds; ++attempt) {
         const bool last = attempt + 1 == kAttempts;
         const Trim trim(*mBody, *mFace, boundary);
         if (trim.broken()) {
             return {};
         }
-        FaceMesh mesh(trim, *mTrim, tolerance);
+        FaceMesh mesh(trim, *mTrim, kKept * chord);
+        boundary = 0.25 * boundary;
         if (mesh.build(last)) {
             mesh.refine();
-            return mesh.facets();
+            result = mesh.facets();
+            if (chord < 0.25 * mTrim->tolerance() || !mesh.folded()) {
+                return result;
+            }
+            chord = boundary;
+            ++folds;
         }
-        boundary = std::fmin(boundary, 4.0 * mTrim->tolerance()) / 4.0;
     }
-    return {};
+    return result;
 }
 
 Box FaceGeometry::box() const

@@ -44,8 +44,9 @@ private:
 //! within a chord distance of it. Neighbouring triangles of one face share their corners' exact
 //! coordinates; corners are ordered counter-clockwise seen from outside the body.
 //! The sides along edges keep to the tolerance as well; turns are never coarser than 45 degrees
-//! along an edge. Stops refining at two million triangles.
-//! @param tolerance  metres, above 0
+//! along an edge, facets never coarser than 1 in 50 of the face's size. Stops refining at two
+//! million triangles, and at 1e-9 m or a ten-millionth of the face's size.
+//! @param tolerance  metres, above 0 and finite
 //! @return           9 numbers per triangle (x, y, z of three corners); empty when the face can't
 //!                   be split, because its loops are broken or degenerate
 [[nodiscard]] std::vector<double> facets(const Body& body, const Face& face, double tolerance);

@@ -76,8 +76,8 @@ bool FaceMesh::borderAt(int axis, bool high) const
     return range(axis).glued || (high ? range(axis).poleHigh : range(axis).poleLow);
 }
 
-// One grid unit is the same part of the facet that the tolerance allows in either direction, so that
-// long facets along straight rulings count as well shaped.
+// One grid unit is the same part of the facet that the tolerance allows in either direction, so
+// that long facets along straight rulings count as well shaped.
 void FaceMesh::settleScale()
 {
     const DomainAxis& u = range(0);
@@ -96,8 +96,7 @@ void FaceMesh::settleScale()
             mSurface.secondDerivatives(p, duu, duv, dvv);
             const Vec n = mSurface.normal(p);
             speed = {speed.u + length(du) / 25.0, speed.v + length(dv) / 25.0};
-            bend = {bend.u + std::fabs(dot(n, duu)) / 25.0,
-                    bend.v + std::fabs(dot(n, dvv)) / 25.0};
+            bend = {bend.u + std::fabs(dot(n, duu)) / 25.0, bend.v + std::fabs(dot(n, dvv)) / 25.0};
         }
     }
     const Param size{u.high - u.low, v.high - v.low};
@@ -324,15 +323,14 @@ void FaceMesh::addBorders()
             if (!borderAt(axis, high)) {
                 continue;
             }
-            Border border{axis, high, {}};
+            std::vector<std::size_t> border;
             for (const double value : dense) {
                 Param p;
                 component(p, axis) = high ? range(axis).high : range(axis).low;
                 component(p, 1 - axis) = value;
                 const std::size_t v = add(p, 0, true);
-                if (v != Delaunay::kNothing &&
-                    (border.corners.empty() || border.corners.back() != v)) {
-                    border.corners.push_back(v);
+                if (v != Delaunay::kNothing && (border.empty() || border.back() != v)) {
+                    border.push_back(v);
                 }
             }
             mBorders.push_back(std::move(border));
@@ -355,9 +353,9 @@ bool FaceMesh::build(bool splitCrossings)
         ends.push_back({a, b});
     }
     addBorders();
-    for (const Border& border : mBorders) {
-        for (std::size_t i = 1; i < border.corners.size(); ++i) {
-            if (!mPlane.connect(border.corners[i - 1], border.corners[i], 0, splitCrossings)) {
+    for (const std::vector<std::size_t>& border : mBorders) {
+        for (std::size_t i = 1; i < border.size(); ++i) {
+            if (!mPlane.connect(border[i - 1], border[i], 0, splitCrossings)) {
                 return false;
             }
         }
@@ -371,166 +369,43 @@ bool FaceMesh::build(bool splitCrossings)
     return findRegions();
 }
 
-bool FaceMesh::onBorder(std::size_t a, std::size_t b) const
+// Triangles at a pole, and slivers along straight edges, have no area.
+bool FaceMesh::flat(const Delaunay::Triangle& triangle) const
 {
-    for (const int axis : {0, 1}) {
-        const double value = component(mCorners[a].p, axis);
-        if (value == component(mCorners[b].p, axis) &&
-            ((borderAt(axis, false) && value == range(axis).low) ||
-             (borderAt(axis, true) && value == range(axis).high))) {
-            return true;
-        }
-    }
-    return false;
+    const Vec& a = mCorners[triangle.corner[0]].point;
+    const Vec& b = mCorners[triangle.corner[1]].point;
+    const Vec& c = mCorners[triangle.corner[2]].point;
+    const double longest = std::fmax(distance(a, b), std::fmax(distance(b, c), distance(c, a)));
+    return !(length(cross(b - a, c - a)) > longest * std::fmax(1e-10, 1e-9 * longest));
 }
 
-bool FaceMesh::outsideDomain(std::size_t triangle) const
+bool FaceMesh::folded() const
 {
-    Param sum;
-    for (const std::size_t v : mPlane.triangles()[triangle].corner) {
-        if (v < 4) {
-            return true;
-        }
-        sum = {sum.u + mCorners[v].p.u / 3.0, sum.v + mCorners[v].p.v / 3.0};
-    }
-    for (const int axis : {0, 1}) {
-        if ((borderAt(axis, false) && component(sum, axis) < range(axis).low) ||
-            (borderAt(axis, true) && component(sum, axis) > range(axis).high)) {
-            return true;
-        }
-    }
-    return false;
-}
-
-// Numbers the regions that sides with a boundary, and borders, separate.
-void FaceMesh::labelRegions()
-{
-    const std::vector<Delaunay::Triangle>& triangles = mPlane.triangles();
-    for (std::size_t t = 0; t < triangles.size(); ++t) {
-        mPlane.setRegion(t, -1);
-    }
-    std::vector<std::size_t> stack;
-    for (std::size_t seed = 0; seed < triangles.size(); ++seed) {
-        if (triangles[seed].region >= 0) {
-            continue;
-        }
-        mPlane.setRegion(seed, mRegions);
-        stack.push_back(seed);
-        while (!stack.empty()) {
-            const Delaunay::Triangle& triangle = triangles[stack.back()];
-            stack.pop_back();
-            for (std::size_t i = 0; i < 3; ++i) {
-                const std::size_t next = triangle.neighbour[i];
-                const std::size_t a = triangle.corner[(i + 1) % 3];
-                const std::size_t b = triangle.corner[(i + 2) % 3];
-                const bool wall = triangle.net[i] != 0 ||
-                                  (triangle.fixed[i] && a >= 4 && b >= 4 && onBorder(a, b));
-                if (!wall && next != Delaunay::kNothing && triangles[next].region < 0) {
-                    mPlane.setRegion(next, mRegions);
-                    stack.push_back(next);
-                }
-            }
-        }
-        ++mRegions;
-    }
-}
-
-// Regions that meet across a cut without a boundary on it are one.
-void FaceMesh::joinGlued(std::vector<std::int32_t>& parent) const
-{
-    const auto root = [&parent](std::int32_t i) {
-        while (parent[static_cast<std::size_t>(i)] != i) {
-            i = parent[static_cast<std::size_t>(i)];
-        }
-        return i;
-    };
-    for (std::size_t i = 0; i + 1 < mBorders.size(); ++i) {
-        const Border& low = mBorders[i];
-        const Border& high = mBorders[i + 1];
-        if (low.axis != high.axis || !range(low.axis).glued ||
-            low.corners.size() != high.corners.size()) {
-            continue;
-        }
-        // The inside of the domain lies left of rising u along its low v, and so on.
-        const bool forward = low.axis == 1;
-        for (std::size_t k = 1; k < low.corners.size(); ++k) {
-            const std::size_t from = forward ? k - 1 : k;
-            const std::size_t to = forward ? k : k - 1;
-            std::size_t sideA = 0;
-            std::size_t sideB = 0;
-            const std::size_t a = mPlane.findSide(low.corners[from], low.corners[to], sideA);
-            const std::size_t b = mPlane.findSide(high.corners[to], high.corners[from], sideB);
-            if (a != Delaunay::kNothing && b != Delaunay::kNothing &&
-                mPlane.triangles()[a].net[sideA] == 0 && mPlane.triangles()[b].net[sideB] == 0) {
-                parent[static_cast<std::size_t>(root(mPlane.triangles()[a].region))] =
-                    root(mPlane.triangles()[b].region);
-            }
+    double wrong = 0.0;
+    double all = 0.0;
+    for (const Delaunay::Triangle& triangle : mPlane.triangles()) {
+        if (mInside[static_cast<std::size_t>(triangle.region)] && !flat(triangle)) {
+            const Corner& a = mCorners[triangle.corner[0]];
+            const Corner& b = mCorners[triangle.corner[1]];
+            const Corner& c = mCorners[triangle.corner[2]];
+            const Vec n = cross(b.point - a.point, c.point - a.point);
+            all += length(n);
+            wrong += dot(n, a.normal + b.normal + c.normal) < 0.0 ? length(n) : 0.0;
         }
     }
-    for (std::size_t i = 0; i < parent.size(); ++i) {
-        parent[i] = root(static_cast<std::int32_t>(i));
-    }
-}
-
-bool FaceMesh::findRegions()
-{
-    labelRegions();
-    std::vector<std::int32_t> parent(static_cast<std::size_t>(mRegions));
-    for (std::int32_t i = 0; i < mRegions; ++i) {
-        parent[static_cast<std::size_t>(i)] = i;
-    }
-    joinGlued(parent);
-    std::vector<double> votes(parent.size(), 0.0);
-    std::vector<bool> exterior(parent.size(), false);
-    for (std::size_t t = 0; t < mPlane.triangles().size(); ++t) {
-        const Delaunay::Triangle& triangle = mPlane.triangles()[t];
-        const std::size_t region =
-            static_cast<std::size_t>(parent[static_cast<std::size_t>(triangle.region)]);
-        exterior[region] = exterior[region] || outsideDomain(t);
-        for (std::size_t i = 0; i < 3; ++i) {
-            if (triangle.net[i] != 0) {
-                const GridPoint& a = mPlane.vertices()[triangle.corner[(i + 1) % 3]];
-                const GridPoint& b = mPlane.vertices()[triangle.corner[(i + 2) % 3]];
-                const double size =
-                    std::hypot(static_cast<double>(b.x - a.x), static_cast<double>(b.y - a.y));
-                votes[region] += triangle.net[i] > 0 ? size : -size;
-            }
-        }
-    }
-    // A face never reaches to infinity: loops that say so run the wrong way round.
-    double sign = 1.0;
-    double out = 0.0;
-    for (std::size_t i = 0; i < parent.size(); ++i) {
-        out += exterior[i] ? votes[i] : 0.0;
-    }
-    if (out > 0.0) {
-        sign = -1.0;
-    }
-    mInside.assign(parent.size(), false);
-    bool any = false;
-    for (std::size_t i = 0; i < parent.size(); ++i) {
-        const std::size_t root = static_cast<std::size_t>(parent[i]);
-        mInside[i] = !exterior[root] && (mTrim.sides().empty() || sign * votes[root] > 0.0);
-        any = any || mInside[i];
-    }
-    return any;
+    return wrong > 1e-5 * all;
 }
 
 std::vector<double> FaceMesh::facets() const
 {
     std::vector<double> result;
     for (const Delaunay::Triangle& triangle : mPlane.triangles()) {
-        if (!mInside[static_cast<std::size_t>(triangle.region)]) {
+        if (!mInside[static_cast<std::size_t>(triangle.region)] || flat(triangle)) {
             continue;
         }
         const Vec& a = mCorners[triangle.corner[0]].point;
         Vec b = mCorners[triangle.corner[1]].point;
         Vec c = mCorners[triangle.corner[2]].point;
-        const double longest = std::fmax(distance(a, b), std::fmax(distance(b, c), distance(c, a)));
-        // Triangles at a pole, and slivers along straight edges, have no area.
-        if (!(length(cross(b - a, c - a)) > longest * std::fmax(1e-10, 1e-9 * longest))) {
-            continue;
-        }
         if (mTrim.face().reversed) {
             std::swap(b, c);
         }

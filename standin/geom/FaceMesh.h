@@ -26,6 +26,8 @@ public:
     [[nodiscard]] bool build(bool splitCrossings);
     //! Refines what build() made.
     void refine();
+    //! Tells whether triangles that matter look the wrong way: too coarse for how the face bends.
+    [[nodiscard]] bool folded() const;
     //! Gives 9 numbers per triangle, counter-clockwise seen from outside the body.
     [[nodiscard]] std::vector<double> facets() const;
 
@@ -37,14 +39,6 @@ private:
         Vec normal;
         int generation{};
     };
-    // A stretch of the domain's border that is glued to its opposite or lies in a pole.
-    struct Border
-    {
-        int axis{}; //!< the direction that is constant along it
-        bool high{};
-        std::vector<std::size_t> corners; //!< along the other direction
-    };
-
     [[nodiscard]] const DomainAxis& range(int axis) const
     {
         return mDomain.axes[static_cast<std::size_t>(axis)];
@@ -65,10 +59,10 @@ private:
     [[nodiscard]] bool outsideDomain(std::size_t triangle) const;
     [[nodiscard]] bool findRegions();
     void labelRegions();
-    void joinGlued(std::vector<std::int32_t>& parent) const;
     [[nodiscard]] double error(const Vec& chord, Param p) const;
     [[nodiscard]] bool leaps(const Param& a, const Param& b) const;
     [[nodiscard]] double sideError(std::size_t a, std::size_t b) const;
+    [[nodiscard]] bool flat(const Delaunay::Triangle& triangle) const;
     [[nodiscard]] bool improve(std::size_t triangle);
 
     const Trim& mTrim;
@@ -80,8 +74,8 @@ private:
     Param mScale; //!< grid units per parameter
     Delaunay mPlane;
     std::vector<Corner> mCorners;
-    std::vector<Border> mBorders;
-    std::vector<bool> mInside; //!< by region
+    std::vector<std::vector<std::size_t>> mBorders; //!< corners along each glued or polar border
+    std::vector<bool> mInside;                      //!< by region
     std::int32_t mRegions{};
 };
 

@@ -14,7 +14,8 @@ constexpr std::size_t kMostTriangles = 2000000;
 // can't be resolved, so this is tried a few times only.
 constexpr double kLeastCosine = 0.5;
 constexpr int kTurnGenerations = 5;
-constexpr int kMostGenerations = 60;
+// A smaller facet than this part of the tolerance deviates by a leap of the surface, not a bend.
+constexpr double kSmallestFacet = 0.5;
 
 } // namespace
 
@@ -99,7 +100,10 @@ bool FaceMesh::improve(std::size_t t)
             return false;
         }
     }
-    if (generation >= kMostGenerations) {
+    const double longest =
+        std::fmax(distance(a.point, b.point),
+                  std::fmax(distance(b.point, c.point), distance(c.point, a.point)));
+    if (longest < kSmallestFacet * mTolerance) {
         return false;
     }
     mPlane.startAt(t);

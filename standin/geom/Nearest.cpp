@@ -11,31 +11,31 @@ namespace standin::geom {
 namespace {
 
 constexpr std::size_t kStarts = 8;
+// A place found from a guess counts as the point's own when it is this near, in steps of the grid.
+constexpr double kMet = 1e-2;
 
 // What Newton's method knows at a place: the distance vector, its gradient and second derivatives.
 struct Local
 {
+    SurfacePoint s;
     Vec r;
-    Vec du;
-    Vec dv;
     double f{};
     double gu{};
     double gv{};
 
     Local(const Surface& surface, const Vec& point, Param p)
-    {
-        r = surface.at(p) - point;
-        surface.derivatives(p, du, dv);
-        f = dot(r, r);
-        gu = dot(r, du);
-        gv = dot(r, dv);
-    }
+        : s(surface.evaluate(p)),
+          r(s.p - point),
+          f(dot(r, r)),
+          gu(dot(r, s.du)),
+          gv(dot(r, s.dv))
+    {}
 
     //! How fast the distance can still shrink per length.
     [[nodiscard]] double slope() const
     {
-        const double a = geom::length(du);
-        const double b = geom::length(dv);
+        const double a = geom::length(s.du);
+        const double b = geom::length(s.dv);
         return (a > 0.0 ? std::fabs(gu) / a : 0.0) + (b > 0.0 ? std::fabs(gv) / b : 0.0);
     }
 };
@@ -98,8 +98,8 @@ void SampleGrid::findPoles()
     const auto mark = [this](std::size_t first, std::size_t stride, std::size_t count) {
         bool together = true;
         for (std::size_t k = 1; k < count; ++k) {
-            together = together && distance(mPoints[first], mPoints[first + k * stride]) <=
-                                       1e-6 * mStep;
+            together =
+                together && distance(mPoints[first], mPoints[first + k * stride]) <= 1e-6 * mStep;
         }
         for (std::size_t k = 0; together && k < count; ++k) {
             mPole[first + k * stride] = true;
@@ -129,9 +129,8 @@ std::vector<std::size_t> SampleGrid::starts(const std::vector<double>& squares) 
             result.push_back(i);
         }
     }
-    std::stable_sort(result.begin(), result.end(), [&](std::size_t a, std::size_t b) {
-        return squares[a] < squares[b];
-    });
+    std::stable_sort(result.begin(), result.end(),
+                     [&](std::size_t a, std::size_t b) { return squares[a] < squares[b]; });
     result.resize(std::min(result.size(), kStarts));
     return result;
 }
@@ -153,41 +152,39 @@ Param SampleGrid::descend(const Surface& surface, const Vec& point, Param start)
     const Param period = surface.period();
     Param p = brought(surface, start);
     Local here(surface, point, p);
+    const double tiny = 1e-16 * geom::length(point) + 1e-15 * mStep;
     for (int iteration = 0; iteration < 40; ++iteration) {
         const auto held = [](double x, double g, double from, double to, double repeat) {
             return repeat <= 0.0 && ((x <= from && g > 0.0) || (x >= to && g < 0.0));
         };
         const bool holdU = held(p.u, here.gu, mU.front(), mU.back(), period.u);
         const bool holdV = held(p.v, here.gv, mV.front(), mV.back(), period.v);
-        const double a = dot(here.du, here.du);
-        const double b = dot(here.du, here.dv);
-        const double c = dot(here.dv, here.dv);
-        Vec duu;
-        Vec duv;
-        Vec dvv;
-        surface.secondDerivatives(p, duu, duv, dvv);
-        const double fullA = a + dot(here.r, duu);
-        const double fullB = b + dot(here.r, duv);
-        const double fullC = c + dot(here.r, dvv);
+        const double a = dot(here.s.du, here.s.du);
+        const double b = dot(here.s.du, here.s.dv);
+        const double c = dot(here.s.dv, here.s.dv);
+        const double fullA = a + dot(here.r, here.s.duu);
+        const double fullB = b + dot(here.r, here.s.duv);
+        const double fullC = c + dot(here.r, here.s.dvv);
         const bool convex =
             fullA > 0.0 && fullC > 0.0 && fullA * fullC - fullB * fullB > 1e-12 * fullA * fullC;
         Param step = convex ? solve(fullA, fullB, fullC, here.gu, here.gv, holdU, holdV)
                             : solve(a, b, c, here.gu, here.gv, holdU, holdV);
         bool moved = false;
         for (int halving = 0; halving < 30; ++halving) {
+            const double reach =
+                geom::length(here.s.du * step.u) + geom::length(here.s.dv * step.v);
+            if (!(reach > tiny)) {
+                break;
+            }
             const Param next = brought(surface, {p.u + step.u, p.v + step.v});
             const Local there(surface, point, next);
             // Where rounding hides the gain in distance, the slope tells.
-            const bool flatter =
-                there.f <= here.f * (1.0 + 1e-14) && there.slope() < 0.5 * here.slope();
+            const bool flatter = there.f <= here.f + 8.0 * std::sqrt(here.f) * tiny &&
+                                 there.slope() < 0.5 * here.slope();
             if (there.f < here.f || flatter) {
                 p = next;
                 here = there;
                 moved = true;
-                break;
-            }
-            const double reach = geom::length(here.du * step.u) + geom::length(here.dv * step.v);
-            if (!(reach > 1e-15 * (1e-3 + mStep))) {
                 break;
             }
             step = {0.5 * step.u, 0.5 * step.v};
@@ -201,22 +198,21 @@ Param SampleGrid::descend(const Surface& surface, const Vec& point, Param start)
 
 Param SampleGrid::nearest(const Surface& surface, const Vec& point, const Param* guess) const
 {
-    std::vector<double> d(mPoints.size());
-    double least = std::numeric_limits<double>::infinity();
-    for (std::size_t i = 0; i < mPoints.size(); ++i) {
-        const Vec r = mPoints[i] - point;
-        d[i] = dot(r, r);
-        least = std::fmin(least, d[i]);
-    }
     Param best = sample(0);
     double bestDistance = std::numeric_limits<double>::infinity();
     if (guess != nullptr) {
         best = descend(surface, point, *guess);
         bestDistance = distance(surface.at(best), point);
-        // A surface that comes closer than this elsewhere would have shown a nearer sample.
-        if (bestDistance <= 0.05 * mStep && bestDistance * bestDistance <= least) {
+        // A guess in a pole may point away from the place: then the foot is no perpendicular.
+        if (bestDistance <= kMet * mStep &&
+            Local(surface, point, best).slope() <= 1e-3 * bestDistance + 1e-15) {
             return best;
         }
+    }
+    std::vector<double> d(mPoints.size());
+    for (std::size_t i = 0; i < mPoints.size(); ++i) {
+        const Vec r = mPoints[i] - point;
+        d[i] = dot(r, r);
     }
     for (const std::size_t start : starts(d)) {
         // A sample further off than the best by more than its cell can't lead to a nearer point.

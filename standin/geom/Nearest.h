@@ -34,8 +34,8 @@ private:
 
     std::vector<double> mU;
     std::vector<double> mV;
-    std::vector<Vec> mPoints;   //!< row by row, v runs fastest
-    std::vector<bool> mPole;    //!< samples of a line that collapses into a point
+    std::vector<Vec> mPoints; //!< row by row, v runs fastest
+    std::vector<bool> mPole;  //!< samples of a line that collapses into a point
     double mStep{};           //!< the longest distance of neighbours
 };
 

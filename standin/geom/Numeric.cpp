@@ -76,24 +76,33 @@ double squaredDistance(const Vec& a, const Vec& b) noexcept
     return dot(a - b, a - b);
 }
 
-// Newton's method on the derivative of the squared distance, kept inside [low, high].
-double polish(const std::function<CurvePoint(double)>& curve, const Vec& point, double start,
-              double low, double high)
+// The slope of half the squared distance.
+double slope(const CurvePoint& c, const Vec& point)
 {
-    double t = start;
+    return dot(c.p - point, c.d1);
+}
+
+// Newton's method on the derivative of the squared distance, kept inside [low, high], where the
+// curve is smooth. Without a minimum inside it gives an end.
+double polish(const std::function<CurvePoint(double)>& curve, const Vec& point, double low,
+              double high)
+{
+    // At a corner the derivative belongs to one side only: look just inside.
+    const double inset = 1e-9 * (high - low);
+    if (!(slope(curve(low + inset), point) < 0.0)) {
+        return low;
+    }
+    if (!(slope(curve(high - inset), point) > 0.0)) {
+        return high;
+    }
+    double t = 0.5 * (low + high);
     for (int step = 0; step < 60; ++step) {
         const CurvePoint c = curve(t);
-        const Vec r = c.p - point;
-        const double g = dot(r, c.d1);
-        const double h = dot(c.d1, c.d1) + dot(r, c.d2);
-        if (g > 0.0) {
-            high = t;
-        } else {
-            low = t;
-        }
-        double next = h > 0.0 ? t - g / h : 0.5 * (low + high);
-        if (!(next >= low && next <= high)) {
-            // A root that lies at a bound is reached by halving towards it.
+        const double g = slope(c, point);
+        const double h = dot(c.d1, c.d1) + dot(c.p - point, c.d2);
+        (g > 0.0 ? high : low) = t;
+        double next = h > 0.0 ? t - g / h : low;
+        if (!(next > low && next < high)) {
             next = 0.5 * (low + high);
         }
         const double moved = std::fabs(next - t);
@@ -133,7 +142,7 @@ double integrate(const std::function<double(double)>& f, double from, double to)
 std::vector<double> spaced(double from, double to, int count)
 {
     std::vector<double> values;
-    values.reserve(static_cast<std::size_t>(count) + 1);
+    values.reserve(static_cast<std::size_t>(std::max(count, 0)) + 1);
     for (int i = 0; i < count; ++i) {
         values.push_back(from + (to - from) * i / count);
     }
@@ -146,10 +155,12 @@ double nearestParameter(const std::function<CurvePoint(double)>& curve, const Ve
 {
     std::vector<double> d(samples.size());
     double scale = 0.0;
+    Vec first;
     for (std::size_t i = 0; i < samples.size(); ++i) {
         const Vec p = curve(samples[i]).p;
+        first = i == 0 ? p : first;
         d[i] = squaredDistance(p, point);
-        scale = std::fmax(scale, squaredDistance(p, curve(samples[0]).p));
+        scale = std::fmax(scale, squaredDistance(p, first));
     }
     double best = samples[0];
     double bestDistance = d[0];
@@ -169,8 +180,12 @@ double nearestParameter(const std::function<CurvePoint(double)>& curve, const Ve
         const bool minimum = (i == 0 || d[i] <= d[i - 1]) && (i == last || d[i] <= d[i + 1]);
         if (minimum) {
             take(samples[i]);
-            take(polish(curve, point, samples[i], samples[i == 0 ? 0 : i - 1],
-                        samples[i == last ? last : i + 1]));
+            if (i > 0) {
+                take(polish(curve, point, samples[i - 1], samples[i]));
+            }
+            if (i < last) {
+                take(polish(curve, point, samples[i], samples[i + 1]));
+            }
         }
     }
     return best;

@@ -41,7 +41,7 @@ struct CurvePoint
                                       const Vec& point, const std::vector<double>& samples,
                                       const double* hint = nullptr);
 
-//! Gives count + 1 equally spaced values from `from` to `to`.
+//! Gives count + 1 equally spaced values from `from` to `to`; `to` alone when count is below 1.
 [[nodiscard]] std::vector<double> spaced(double from, double to, int count);
 
 //! Gives the place in [from, to] where a function with one maximum there is greatest.

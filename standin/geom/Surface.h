@@ -39,6 +39,17 @@ struct Pole
     Vec point;
 };
 
+//! A surface's point with its first and second derivatives.
+struct SurfacePoint
+{
+    Vec p;
+    Vec du;
+    Vec dv;
+    Vec duu;
+    Vec duv;
+    Vec dvv;
+};
+
 //! An immutable parametric surface. Angles are radians.
 class Surface
 {
@@ -52,6 +63,8 @@ public:
     [[nodiscard]] virtual Vec at(Param p) const = 0;
     virtual void derivatives(Param p, Vec& du, Vec& dv) const = 0;
     virtual void secondDerivatives(Param p, Vec& duu, Vec& duv, Vec& dvv) const = 0;
+    //! Gives the point and the derivatives together, which costs little more than one of them.
+    [[nodiscard]] virtual SurfacePoint evaluate(Param p) const;
     //! Gives the unit normal, du x dv where that has a length; at a pole or an apex the limit.
     [[nodiscard]] virtual Vec normal(Param p) const = 0;
     //! Gives the period in u and in v, 0 for a direction that does not repeat.

@@ -255,6 +255,15 @@ public:
 
 Surface::~Surface() = default;
 
+SurfacePoint Surface::evaluate(Param p) const
+{
+    SurfacePoint result;
+    result.p = at(p);
+    derivatives(p, result.du, result.dv);
+    secondDerivatives(p, result.duu, result.duv, result.dvv);
+    return result;
+}
+
 std::vector<Pole> Surface::poles() const
 {
     return {};

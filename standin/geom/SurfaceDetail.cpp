@@ -26,11 +26,20 @@ Vec normalByDerivatives(const Surface& surface, Param p)
     Param from;
     Param to;
     surface.naturalRange(from, to);
-    for (const double part : {0.0, 1e-7, 1e-5, 1e-3}) {
-        surface.derivatives({inward(p.u, from.u, to.u, part), inward(p.v, from.v, to.v, part)}, du,
-                            dv);
+    surface.derivatives(p, du, dv);
+    const Vec plain = cross(du, dv);
+    if (length(plain) > 1e-9 * (dot(du, du) + dot(dv, dv))) {
+        return unit(plain);
+    }
+    // Along a line that collapses only the way off it shows a normal.
+    const bool offU = !(length(dv) > 1e-3 * length(du));
+    const bool offV = !(length(du) > 1e-3 * length(dv)) || !offU;
+    for (const double part : {1e-7, 1e-5, 1e-3}) {
+        surface.derivatives({offU ? inward(p.u, from.u, to.u, part) : p.u,
+                             offV ? inward(p.v, from.v, to.v, part) : p.v},
+                            du, dv);
         const Vec n = cross(du, dv);
-        if (length(n) > 1e-9 * (dot(du, du) + dot(dv, dv)) * (part > 0.0 ? 1e-3 : 1.0)) {
+        if (length(n) > 1e-12 * (dot(du, du) + dot(dv, dv))) {
             return unit(n);
         }
     }

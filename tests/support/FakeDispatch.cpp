@@ -517,6 +517,9 @@ HRESULT Object::GetIDsOfNames(REFIID aIid, LPOLESTR* aNames, UINT aCount, LCID, 
     }
     mWorld->Note(mName + "." + narrow(aNames[0]) + "?");
     aIds[0] = DISPID_UNKNOWN;
+    if (mWorld->IsFaultDue()) {
+        return mWorld->FaultCode();
+    }
     const auto failing = mFailingNames.find(aNames[0]);
     if (failing != mFailingNames.end()) {
         return failing->second;
@@ -554,12 +557,20 @@ HRESULT Object::Invoke(DISPID aId, REFIID aIid, LCID, WORD aFlags, DISPPARAMS* a
     if (aResult != nullptr) {
         VariantInit(aResult);
     }
+    const bool isFaultDue = mWorld->IsFaultDue();
+    if (isFaultDue && !mWorld->IsFaultLate()) {
+        return mWorld->FaultCode();
+    }
     if (found == mMembers.end() || found->second.kind != aFlags) {
         return DISP_E_MEMBERNOTFOUND;
     }
     const Handler handler = found->second.handler; // a copy: it may script itself anew
     try {
-        return handler(args, aResult);
+        const HRESULT code = handler(args, aResult);
+        if (isFaultDue && aResult != nullptr) {
+            VariantClear(aResult);
+        }
+        return isFaultDue ? mWorld->FaultCode() : code;
     } catch (const WrongArgument&) {
         return DISP_E_TYPEMISMATCH;
     }
@@ -570,6 +581,23 @@ Object& World::Make(std::string aName)
     const DISPID firstId = static_cast<DISPID>(100000 + 1000 * mObjects.size());
     mObjects.push_back(std::make_unique<Object>(*this, std::move(aName), firstId));
     return *mObjects.back();
+}
+
+void World::FailCall(long aNth, HRESULT aCode, bool aIsLate)
+{
+    mCallsToFault = aNth;
+    mFaultCode = aCode;
+    mIsFaultLate = aIsLate;
+    mFailedCall.clear();
+}
+
+bool World::IsFaultDue()
+{
+    if (mCallsToFault == 0 || --mCallsToFault > 0) {
+        return false;
+    }
+    mFailedCall = mCalls.back();
+    return true;
 }
 
 long World::CountOf(const std::string& aPattern) const

@@ -151,6 +151,12 @@ public:
     [[nodiscard]] long CountOf(const std::string& aPattern) const;
     void Forget() { mCalls.clear(); }
 
+    //! Makes the Nth look-up or call from now on fail with a code.
+    //! @param aIsLate  the member does its work all the same: by-reference arguments are answered
+    void FailCall(long aNth, HRESULT aCode, bool aIsLate);
+    //! Gives the call that FailCall made fail; empty while it has not come.
+    [[nodiscard]] const std::string& FailedCall() const { return mFailedCall; }
+
     //! Gives what broke the laws: use of an object that was let go, wrong argument types.
     [[nodiscard]] const std::vector<std::string>& Violations() const { return mViolations; }
     //! Gives the objects that others still hold.
@@ -158,11 +164,19 @@ public:
 
     void Note(std::string aCall) { mCalls.push_back(std::move(aCall)); }
     void Accuse(std::string aViolation) { mViolations.push_back(std::move(aViolation)); }
+    //! Tells whether the call noted last is the one to fail.
+    [[nodiscard]] bool IsFaultDue();
+    [[nodiscard]] HRESULT FaultCode() const { return mFaultCode; }
+    [[nodiscard]] bool IsFaultLate() const { return mIsFaultLate; }
 
 private:
     std::vector<std::unique_ptr<Object>> mObjects;
     std::vector<std::string> mCalls;
     std::vector<std::string> mViolations;
+    long mCallsToFault{0};
+    HRESULT mFaultCode{S_OK};
+    bool mIsFaultLate{false};
+    std::string mFailedCall;
 };
 
 //! Tells whether a text has a form in which each * stands for anything.

@@ -64,7 +64,7 @@ std::vector<IDispatchPtr> items(const IDispatchPtr& collection)
     std::vector<IDispatchPtr> result;
     const long count = longProperty(collection, L"Count");
     for (long i = 1; i <= count; ++i) {
-        VARIANT index;
+        VARIANT index{};
         VariantInit(&index);
         index.vt = VT_I4;
         index.lVal = static_cast<LONG>(i);
