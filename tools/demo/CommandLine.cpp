@@ -23,6 +23,7 @@ int run(const std::vector<std::string>& arguments, std::ostream& out, std::ostre
         "them, drop everything, read them back, find them again in the part or in the part "
         "after a change, and tell what changed.",
         "ktmdl-demo");
+    app.allow_windows_style_options(false); // "/" begins a path, on every platform
     app.add_option("PART", options.part,
                    "STEP file of the part; a sample of its own when left out");
     app.add_option("CHANGED", options.changed, "STEP file of the part after a change");
