@@ -85,7 +85,7 @@ void ComCheckResult(HRESULT aCode, IErrorInfo* aInfo, const char* aFile, long aL
     }
     write(failedCallLine(error, aFile, aLine));
     // On purpose: this line leaves the log with fill character '0' and decimal numbers; readers of
-    // the log know it so. Pinned by FailedCallLineLeavesFillZero.
+    // the log know it so. Pinned by FailedCallLineLeavesZeroFillAndDecimalBase.
     std::fstream& log = ktstd_Debug::LogPrint();
     log.fill('0');
     log.setf(std::ios_base::dec, std::ios_base::basefield);
@@ -108,7 +108,7 @@ void ReportCaughtFailure(const Hnd_ktstd_fail_Failure& aFailure, const char* aFi
 {
     Line first;
     // On purpose: no blank behind the colon, unlike the line of an automation error. Pinned by
-    // CaughtFailureLinesMatch.
+    // CaughtFailureWritesTwoLinesAndAcknowledges.
     first << "EXCEPTION caught in " << aFile << "{" << aFunction << "} (" << aLine << "):";
     write(first);
     Line second;

@@ -162,7 +162,7 @@ void fillGivenName(const IDispatchPtr& aDocument, ktstd_AsciiString& aName)
 {
     const Hnd_ktstd_Session& session = ktstd_Session::CurSession();
     // On purpose: without a session the name stays empty, "Name" is not read here.
-    // Pinned by DisconnectWithoutSessionKeepsNameEmpty.
+    // Pinned by DisconnectDocumentWithoutNameAndSessionKeepsTheNameEmpty.
     if (aName.IsEmpty() != 0 && session.IsNull() == 0) {
         readFullName(aDocument, session, aName);
     }
@@ -171,7 +171,8 @@ void fillGivenName(const IDispatchPtr& aDocument, ktstd_AsciiString& aName)
 ktmdl_BBox3d defaultBox()
 {
     // On purpose: what is compared with a cached box is the box of no object, the default box, so
-    // that every real cached box counts as changed. Pinned by RealBoxAlwaysCountsAsChanged.
+    // that every real cached box counts as changed. Pinned by
+    // HasChangedGivesTheDefaultBoxWhateverTheObjectsRange.
     return ktmdl_Topo::BuildBBox(IDispatchPtr());
 }
 
@@ -225,7 +226,7 @@ void ktmdl_Topo::setKey(long aSize, const unsigned char* aKey)
     delete[] mKey;
     mKey = copy.release();
     // On purpose: only the low 16 bits of the length are kept; the host's keys are far shorter.
-    // Pinned by LongKeyKeepsLowSixteenBitsOfItsLength.
+    // Pinned by ConstructorFromBytesKeepsTheLowSixteenBitsOfTheSize.
     mKeySize = static_cast<std::int16_t>(static_cast<std::uint16_t>(aSize));
 }
 
@@ -334,7 +335,7 @@ void ktmdl_Topo::UpdateReferenceKey()
         const std::vector<unsigned char> key = keyBytes(size, array.Get());
         setKey(size, key.data());
         // On purpose: whoever has this key already stays beside this reference; nothing is merged.
-        // Pinned by RefreshedKeyMayStandTwice.
+        // Pinned by UpdateReferenceKeyRegistersBesideAnotherOfTheSameKey.
         registry().Add(self);
     } catch (const _com_error& error) {
         KTMDL_REPORT_CAUGHT(error, "ktmdl_Topo::UpdateReferenceKey");
@@ -441,7 +442,7 @@ void ktmdl_Topo::disconnectFrom(const IDispatchPtr& aDocument, const ktstd_Ascii
         mDocName.Copy(aName);
     }
     // On purpose: an unbound reference loses its document whichever it was.
-    // Pinned by UnboundReferenceLosesAnyDocument.
+    // Pinned by DisconnectDocumentTakesEveryUnboundReferencesDocument.
     mDispDoc = nullptr;
 }
 
@@ -608,7 +609,7 @@ ktmdl_Vec3d ktmdl_Topo::BuildNormal() const
             return normal;
         }
         // On purpose: a corner a little past the middle, away from the face's first facets.
-        // Pinned by NormalIsTakenPastTheMiddleOfTheFacets.
+        // Pinned by BuildNormalTakesAPointALittlePastTheMiddle.
         const long skip = count > 1 ? 3 * static_cast<long>(0.55 * count) : 0;
         double point[3];
         KTMDL_CHECK_RESULT(points.GetTriple(skip, point));
@@ -633,7 +634,7 @@ unsigned char ktmdl_Topo::IsClosed() const
         const ktmdl_host::EdgePtr pE(mDispTopo);
         KTMDL_CHECK_POINTER(pE, "pE");
         // On purpose: closed is VARIANT_TRUE only, any other value counts as open.
-        // Pinned by ClosedIsVariantTrueOnly.
+        // Pinned by IsClosedCountsNoOtherTruthThanVariantTrue.
         return GetBool(pE.GetInterfacePtr(), ktmdl_host::Edge::IsClosed) == VARIANT_TRUE ? 1 : 0;
     } catch (const _com_error& error) {
         KTMDL_REPORT_CAUGHT(error, "ktmdl_Topo::IsClosed");
@@ -664,13 +665,13 @@ unsigned char ktmdl_Topo::HasChanged(unsigned char aQuick, ktmdl_BBox3d& aBox,
     if (!isKnownType(tplType)) {
         ktmdl_detail::FailureText text;
         // On purpose: nothing separates the function's name from the text behind it.
-        // Pinned by UnknownTypeRaises.
+        // Pinned by HasChangedOfAnUnknownTypeIsAFailure.
         text << "ktmdl_Topo::HasChanged"
              << "BAD tplType: " << static_cast<int>(tplType) << std::ends;
         ktstd_fail_ProgramError::Raise(text);
     }
     // On purpose: a face is compared by its edges, a body by its faces only.
-    // Pinned by BodyIsComparedByItsFacesOnly.
+    // Pinned by HasChangedOfABodyAsksForFacesOnly.
     if (isFaceLike(tplType)) {
         bits |= compareChildren(ChildGroup::edges, aQuick != 0,
                                 {aEdges, aGoneEdges, aNewEdges, aAlteredEdges});
@@ -788,7 +789,7 @@ void ktmdl_Topo::loadFields(ktstd_Archive& aArchive)
     aArchive.Read(key.data(), size);
     setKey(size, key.data());
     // On purpose: registered as soon as the key is known, without looking for another reference of
-    // that key. Pinned by LoadedReferenceNeverMerges.
+    // that key. Pinned by LoadingNeverMergesWithARegisteredReference.
     registry().Add(Hnd_ktmdl_Topo(this));
     mDispTopo = nullptr;
     aArchive >> tplType;
@@ -834,7 +835,8 @@ void ShowVariable(const char* aName, const Hnd_ktmdl_Topo& aTopo)
         return;
     }
     try {
-        // On purpose: none of the answers is written. Pinned by DumpOfAnEdgePrintsNoAnswer.
+        // On purpose: none of the answers is written. Pinned by
+        // ShowVariableOfALiveEdgeAsksForItsParametersAndPrintsNone.
         askEdge(aTopo->mDispTopo);
     } catch (const _com_error& error) {
         KTMDL_REPORT_CAUGHT(error, "ShowVariable");
