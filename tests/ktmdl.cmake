@@ -1,20 +1,25 @@
 kt_test(ktmdl_tests
   ktmdl_Aliases_test.cpp
   ktmdl_Axis3d_test.cpp
+  ktmdl_BBox2d_test.cpp
   ktmdl_BBox3d_test.cpp
   ktmdl_CrdSys3d_test.cpp
+  ktmdl_Data2d_test.cpp
   ktmdl_Data3d_test.cpp
   ktmdl_ErosionPosSeq_test.cpp
   ktmdl_ErosionPos_test.cpp
   ktmdl_GoldenArchives_test.cpp
   ktmdl_Pnt3dSeq_test.cpp
+  ktmdl_Pnt2d_test.cpp
   ktmdl_Pnt3d_test.cpp
   ktmdl_TopoHSeq_test.cpp
   ktmdl_TopoMap_test.cpp
   ktmdl_TopoSeq_test.cpp
+  ktmdl_Trsf2d_test.cpp
   ktmdl_Trsf3dSeq_test.cpp
   ktmdl_Trsf3d_test.cpp
   ktmdl_ValueSeq_test.cpp
+  ktmdl_Vec2d_test.cpp
   ktmdl_Vec3d_test.cpp
   ktmdl_test.cpp
   ktmdl_BldLoops_test.cpp

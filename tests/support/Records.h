@@ -79,6 +79,11 @@ public:
         }
         return *this;
     }
+    //! A complete record of two coordinates.
+    RecordBytes& data2d(double aX, double aY)
+    {
+        return version("ktmdl_Data2d").f64(aX).f64(aY).end("ktmdl_Data2d");
+    }
     //! A complete record of three coordinates.
     RecordBytes& data3d(double aX, double aY, double aZ)
     {
