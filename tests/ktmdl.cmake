@@ -24,6 +24,7 @@ kt_test(ktmdl_tests
   ktmdl_test.cpp
   ktmdl_BldLoops_test.cpp
   ktmdl_Diag_test.cpp
+  ktmdl_ShowVariable_test.cpp
   ktmdl_Topo_Changes_test.cpp
   ktmdl_Topo_Children_test.cpp
   ktmdl_Topo_Construction_test.cpp
