@@ -1,5 +1,7 @@
 #include "support/FakeDispatch.h"
 
+#include "com/ComText.h"
+
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -127,14 +129,34 @@ std::string describeArray(VARTYPE aElement, SAFEARRAY* aArray)
     }
 }
 
+std::string textOf(BSTR aText)
+{
+    return com::toUtf8(aText, SysStringLen(aText));
+}
+
+std::string nameOf(IDispatch* aObject)
+{
+    if (aObject == nullptr) {
+        return "null";
+    }
+    const Object* const object = dynamic_cast<Object*>(aObject);
+    return object != nullptr ? object->Name() : "object";
+}
+
 std::string describe(const VARIANT& aArg)
 {
     const VARTYPE type = V_VT(&aArg);
     switch (type) {
+    case VT_I2:
+        return "I2 " + std::to_string(V_I2(&aArg));
     case VT_I4:
         return "I4 " + shown(V_I4(&aArg));
     case VT_R8:
         return "R8 " + shown(V_R8(&aArg));
+    case VT_BSTR:
+        return "BSTR \"" + textOf(V_BSTR(&aArg)) + '"';
+    case VT_DISPATCH:
+        return "DISP " + nameOf(V_DISPATCH(&aArg));
     case VT_ERROR:
         return V_ERROR(&aArg) == DISP_E_PARAMNOTFOUND ? "missing" : "ERROR";
     case VT_BYREF | VT_I4:
@@ -241,6 +263,16 @@ LONG Args::Number(std::size_t aIdx) const
     return V_I4(&required(*mWorld, At(aIdx), VT_I4));
 }
 
+std::string Args::Text(std::size_t aIdx) const
+{
+    return textOf(V_BSTR(&required(*mWorld, At(aIdx), VT_BSTR)));
+}
+
+IDispatch* Args::Dispatch(std::size_t aIdx) const
+{
+    return V_DISPATCH(&required(*mWorld, At(aIdx), VT_DISPATCH));
+}
+
 std::vector<double> Args::Reals(std::size_t aIdx) const
 {
     return contentOf<double>(
@@ -331,6 +363,17 @@ Handler givesNumber(LONG aValue)
         if (aResult != nullptr) {
             V_VT(aResult) = VT_I4;
             V_I4(aResult) = aValue;
+        }
+        return S_OK;
+    };
+}
+
+Handler givesReal(double aValue)
+{
+    return [aValue](const Args&, VARIANT* aResult) {
+        if (aResult != nullptr) {
+            V_VT(aResult) = VT_R8;
+            V_R8(aResult) = aValue;
         }
         return S_OK;
     };

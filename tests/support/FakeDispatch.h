@@ -29,6 +29,10 @@ public:
     [[nodiscard]] VARIANT& At(std::size_t aIdx) const;
     [[nodiscard]] double Real(std::size_t aIdx) const;
     [[nodiscard]] LONG Number(std::size_t aIdx) const;
+    //! Gives a text in UTF-8.
+    [[nodiscard]] std::string Text(std::size_t aIdx) const;
+    //! Gives an object, which may be null; borrowed.
+    [[nodiscard]] IDispatch* Dispatch(std::size_t aIdx) const;
     [[nodiscard]] std::vector<double> Reals(std::size_t aIdx) const;
     [[nodiscard]] std::vector<unsigned char> Bytes(std::size_t aIdx) const;
 
@@ -57,8 +61,9 @@ using Handler = std::function<HRESULT(const Args& aArgs, VARIANT* aResult)>;
 SAFEARRAY* arrayOf(const std::vector<unsigned char>& aValues);
 SAFEARRAY* arrayOf(const std::vector<double>& aValues);
 
-//! Handlers of properties.
+//! Handlers of members with a result.
 Handler givesNumber(LONG aValue);
+Handler givesReal(double aValue);
 Handler givesBool(VARIANT_BOOL aValue);
 Handler givesText(const wchar_t* aText);
 Handler givesObject(IDispatch* aObject);
@@ -144,8 +149,8 @@ public:
     Object& Make(std::string aName);
 
     //! Gives what was asked, in order. A look-up reads "edge.Type?", a method
-    //! "edge.267(R8[]& null, R8[]& null)", a property read "edge.get 85()". Named members stand
-    //! with their names, arrays by reference with their content.
+    //! "edge.267(R8[]& null, R8[]& null)", a property read "edge.get 85()". Named members and
+    //! objects of this world stand with their names, arrays by reference with their content.
     [[nodiscard]] const std::vector<std::string>& Calls() const { return mCalls; }
     //! Gives how many entries are a call of a member of an object.
     [[nodiscard]] long CountOf(const std::string& aPattern) const;

@@ -36,11 +36,11 @@ fake::Object& Scene::Keyed(const std::string& aName, const Bytes& aKey, const Tr
     return scriptBox(Keyed(aName, aKey), aMin, aMax);
 }
 
-fake::Object& Scene::Collection(const std::string& aName, const std::vector<fake::Object*>& aItems)
+fake::Object& Scene::Collection(const std::string& aName, const std::vector<fake::Object*>& aItems,
+                                DISPID aCount)
 {
     fake::Object& collection = world.Make(aName);
-    collection.Property(ktmdl_host::Collection::Count,
-                        fake::givesNumber(static_cast<LONG>(aItems.size())));
+    collection.Property(aCount, fake::givesNumber(static_cast<LONG>(aItems.size())));
     collection.Method(DISPID{0}, [aItems](const fake::Args& aArgs, VARIANT* aResult) -> HRESULT {
         const LONG index = aArgs.Number(0);
         if (index < 1 || index > static_cast<LONG>(aItems.size())) {

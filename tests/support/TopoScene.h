@@ -6,6 +6,7 @@
 #include "com/Com.h"
 #include "ktmdl/Hnd_ktmdl_Topo.h"
 #include "ktmdl/ktmdl_BBox3d.h"
+#include "ktmdl/ktmdl_Host.h"
 #include "ktmdl/ktmdl_TopoHSeq.h"
 #include "ktstd/ktstd_AsciiString.h"
 #include "ktstd/ktstd_Session.h"
@@ -34,8 +35,10 @@ public:
     fake::Object& Keyed(const std::string& aName, const Bytes& aKey);
     fake::Object& Keyed(const std::string& aName, const Bytes& aKey, const Triple& aMin,
                         const Triple& aMax);
-    //! Makes a collection: Count 23 and Item 0, as a method.
-    fake::Object& Collection(const std::string& aName, const std::vector<fake::Object*>& aItems);
+    //! Makes a collection: Count as a property, by default 23, and Item 0, as a method. Items may
+    //! be null.
+    fake::Object& Collection(const std::string& aName, const std::vector<fake::Object*>& aItems,
+                             DISPID aCount = ktmdl_host::Collection::Count);
     //! Makes a document with both names, and the objects that it binds keys to.
     fake::Object& Document(const std::string& aName, const wchar_t* aFullName,
                            const wchar_t* aShortName);
