@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <type_traits>
 
 static_assert(std::has_virtual_destructor_v<ktmdl_ErosionPos>);
@@ -101,6 +102,33 @@ TEST(ktmdl_ErosionPos, CopiesAreIndependent)
     expectPosition(copied, 4, 5, 6, kQuarter);
 }
 
+TEST(ktmdl_ErosionPos, NoWayOfCopyingSharesAnything)
+{
+    ktmdl_ErosionPos source(1, 2, 3, kQuarter);
+    const ktmdl_ErosionPos made(source);
+    ktmdl_ErosionPos assigned;
+    assigned = source;
+    ktmdl_ErosionPos set;
+    set.Set(source);
+    source.Set(ktmdl_ErosionPos(7, 8, 9, kLength));
+    expectPosition(made, 1, 2, 3, kQuarter);
+    expectPosition(assigned, 1, 2, 3, kQuarter);
+    expectPosition(set, 1, 2, 3, kQuarter);
+    assigned.SetPos(4, 5, 6);
+    set.SetPos(4, 5, 6);
+    expectPosition(source, 7, 8, 9, kLength);
+}
+
+TEST(ktmdl_ErosionPos, CopiesThroughABaseReferenceToo)
+{
+    Probe probe;
+    ktmdl_ErosionPos& pos = probe;
+    pos.Copy(ktmdl_ErosionPos(1, 2, 3, kQuarter));
+    expectPosition(probe, 1, 2, 3, kQuarter);
+    pos = ktmdl_ErosionPos(4, 5, 6, kLength);
+    expectPosition(probe, 4, 5, 6, kLength);
+}
+
 TEST(ktmdl_ErosionPos, SetPosLeavesTheAngle)
 {
     ktmdl_ErosionPos pos(1, 2, 3, kQuarter);
@@ -108,6 +136,7 @@ TEST(ktmdl_ErosionPos, SetPosLeavesTheAngle)
     expectPosition(pos, 4, 5, 6, kQuarter);
     ktmdl_Pnt3d point(7, 8, 9);
     pos.SetPos(point);
+    point.Set(-1, -1, -1);
     expectPosition(pos, 7, 8, 9, kQuarter);
 }
 
@@ -152,6 +181,34 @@ TEST(ktmdl_ErosionPos, FailureInTheAngleLeavesThePointRead)
     ktmdl_ErosionPos pos(7, 8, 9, kLength);
     EXPECT_TRUE(kt_test::raisesClass<Hnd_ktstd_fail_FileIO>([&] { pos.Serialize(archive); }));
     expectPosition(pos, 1, 2, 3, kLength);
+}
+
+TEST(ktmdl_ErosionPos, FailureAtTheEndMarkerLeavesPointAndAngleRead)
+{
+    kt_test::RecordBytes record;
+    kt_test::Bytes bytes = PosSample::fill(record).bytes();
+    bytes.back() ^= 0xFFU;
+    ktstd_Archive archive(kt_test::archiveHolding(bytes));
+    ktmdl_ErosionPos pos(7, 8, 9, kLength);
+    EXPECT_TRUE(kt_test::raisesFileIO(17, "ktmdl_ErosionPos: expected end of class",
+                                      [&] { pos.Serialize(archive); }));
+    EXPECT_EQ(kt_test::bitsOf(pos.Position().mX), kt_test::bitsOf(-0.0));
+    EXPECT_EQ(pos.Position().mY, 2);
+    EXPECT_EQ(kt_test::bitsOf(pos.Position().mZ), kt_test::bitsOf(kt_test::payloadNan()));
+    EXPECT_EQ(pos.RotationAngle(), ktstd_Dim(0.75, ktstd_Dim::kAngle));
+}
+
+TEST(ktmdl_ErosionPos, FailureAtAVersionLeavesPointAndAngle)
+{
+    kt_test::RecordBytes record;
+    const kt_test::Bytes bytes = PosSample::fill(record).bytes();
+    for (const char* const name : {"ktmdl_ErosionPos", "ktmdl_Data3d"}) {
+        ktstd_Archive archive(kt_test::archiveHolding(bytes, 16, {{name, -1}}));
+        ktmdl_ErosionPos pos(7, 8, 9, kLength);
+        EXPECT_TRUE(kt_test::raisesFileIO(16, std::string(name) + ": bad class version [-1]",
+                                          [&] { pos.Serialize(archive); }));
+        expectPosition(pos, 7, 8, 9, kLength);
+    }
 }
 
 TEST(ktmdl_ErosionPos, OrdinaryUseRaisesNoFloatingPointFlag)
