@@ -22,8 +22,10 @@ kt_test(ktmdl_tests
   ktmdl_Vec2d_test.cpp
   ktmdl_Vec3d_test.cpp
   ktmdl_test.cpp
+  ktmdl_BldBBox_test.cpp
   ktmdl_BldLoops_test.cpp
   ktmdl_Diag_test.cpp
+  ktmdl_Queries_test.cpp
   ktmdl_ShowVariable_test.cpp
   ktmdl_Topo_Changes_test.cpp
   ktmdl_Topo_Children_test.cpp
