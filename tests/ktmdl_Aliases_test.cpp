@@ -1,9 +1,11 @@
 //! Objects given to their own operations, or reached again while they change.
 
+#include "ktmdl/ktmdl_BBox2d.h"
 #include "ktmdl/ktmdl_BBox3d.h"
 #include "ktmdl/ktmdl_CrdSys3d.h"
 #include "ktmdl/ktmdl_Topo.h"
 #include "ktmdl/ktmdl_TopoMap.h"
+#include "ktmdl/ktmdl_Vec2d.h"
 
 #include <gtest/gtest.h>
 
@@ -15,6 +17,9 @@ namespace {
 const double lengthAtStart = ktmdl_CrdSys3d::YOZ().mDirX.Magnitude() +
                              ktmdl_Axis3d::AY().mDir.Magnitude() + ktmdl_Vec3d::VZ().Magnitude() +
                              ktmdl_Pnt3d::Origin().mX;
+
+const double planarLengthAtStart = ktmdl_Vec2d::VX().Magnitude() + ktmdl_Vec2d::VY().Magnitude() +
+                                   ktmdl_Pnt2d::Origin().mX + ktmdl_Trsf2d::Identity().Value(2, 2);
 
 //! A reference that asks and changes a map as it dies.
 class Watcher : public ktmdl_Topo
@@ -42,6 +47,25 @@ long Watcher::extentSeen = -1;
 TEST(ktmdl_Axis3d, ConstantsAreThereBeforeMain)
 {
     EXPECT_EQ(lengthAtStart, 3.0);
+}
+
+TEST(ktmdl_Vec2d, ConstantsAreThereBeforeMain)
+{
+    EXPECT_EQ(planarLengthAtStart, 3.0);
+}
+
+TEST(ktmdl_BBox2d, MayBeCentredOnItsOwnCorner)
+{
+    for (const bool isMax : {false, true}) {
+        ktmdl_BBox2d box(1, 2, 1, 2);
+        box.SetCenterSize(isMax ? box.mMax : box.mMin, 2, 4);
+        double numbers[4];
+        box.Get(numbers[0], numbers[1], numbers[2], numbers[3]);
+        EXPECT_EQ(numbers[0], 0);
+        EXPECT_EQ(numbers[1], 0);
+        EXPECT_EQ(numbers[2], 2);
+        EXPECT_EQ(numbers[3], 4);
+    }
 }
 
 TEST(ktmdl_CrdSys3d, TurnsAboutItsOwnAxisAsAboutAnEqualOne)

@@ -1,6 +1,7 @@
 #include "ktmdl/ktmdl_BldBBox.h"
 
 #include "com/Com.h"
+#include "ktstd/ktstd_fail.h"
 #include "support/FakeDispatch.h"
 #include "support/HostIds.h"
 #include "support/Slots.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -610,6 +612,26 @@ TEST(ktmdl_BldBBox, EmptyAssemblyIsTheDefaultBox)
     scene.ExpectCalls(joined({typeCalls("asm"), {"asm.get 16390()", "asmOccs.get 3()"}}));
 }
 
+TEST(ktmdl_BldBBox, AnAssemblyIgnoresPlacements)
+{
+    Scene scene;
+    fake::Object& part = makePart(scene, "part", kBoxB);
+    fake::Object& occurrence = scene.world.Make("occ").Answer(host_ids::kOccurrence);
+    occurrence.Property(38, fake::givesObject(&part));
+    for (const wchar_t* const name : {L"GetMatrix", L"GetTransform", L"GetOrigin", L"Range"}) {
+        occurrence.Method(name, [](const fake::Args& aArgs, VARIANT*) {
+            aArgs.SetReals(0, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1000, 2000, 3000, 1});
+            return S_OK;
+        });
+    }
+    fake::Object& assembly = makeAssembly(scene, "asm", {});
+    assembly.Property(16390, fake::givesObject(&scene.Collection("occs", {&occurrence}, 3)));
+    expectBox(scene, assembly, kWithout, kBoxB);
+    scene.ExpectCalls(joined({typeCalls("asm"),
+                              {"asm.get 16390()", "occs.get 3()", "occs.0(I4 1)", "occ.get 38()"},
+                              partCalls("part")}));
+}
+
 TEST(ktmdl_BldBBox, SameDocumentIsMeasuredOncePerOccurrence)
 {
     Scene scene;
@@ -669,7 +691,7 @@ TEST(ktmdl_BldBBox, FeatureOrOtherObjectAsADocumentIsTreatedByItsType)
     expectBox(scene, makeAssembly(scene, "asm", {&feature, &sketch}), kWithout, kBoxB);
 }
 
-TEST(ktmdl_BldBBox, FirstOccurrenceThatFailsLeavesTheOriginInTheBox)
+TEST(ktmdl_BldBBox, AfterAFailedFirstOccurrenceTheBoxStartsAtTheOrigin)
 {
     Scene scene;
     fake::Object& broken = makeTyped(scene, "broken", host_ids::kPartType);
@@ -945,4 +967,32 @@ TEST(ktmdl_BldBBox, ObjectWhoseTypeCantBeReadIsReported)
     fake::Object& text = scene.world.Make("text").Property(L"Type", fake::givesText(L"part"));
     expectFailure(scene, text,
                   {failedCallForm(kSource, DISP_E_TYPEMISMATCH), caught(DISP_E_TYPEMISMATCH)});
+}
+
+// What is no automation error
+
+TEST(ktmdl_BldBBox, OtherExceptionsPassThroughAndLeaveTheStatusAsItWas)
+{
+    const std::function<HRESULT()> raisers[] = {
+        []() -> HRESULT { throw std::runtime_error("not the host's"); },
+        []() -> HRESULT {
+            ktstd_fail_ProgramError::Raise("not the host's");
+            return S_OK;
+        }};
+    for (const auto& raise : raisers) {
+        Scene scene;
+        fake::Object& part = makePart(scene, "part", kBoxA, {&makeModel(scene, "constr", kBoxB)});
+        part.Property(24686, [&](const fake::Args&, VARIANT*) { return raise(); });
+        fake::Object& assembly = makeAssembly(scene, "asm", {&makePart(scene, "c", kBoxC), &part});
+        for (fake::Object* const object : {&part, &assembly}) {
+            ktmdl_BldBBox builder(object->Ptr(), kWith);
+            EXPECT_ANY_THROW(builder.Compute());
+            EXPECT_EQ(builder.Status(), 0);
+            EXPECT_EQ(cornersOf(builder.BBox()), object == &part ? kBoxA : kBoxC);
+            scene.world.Forget();
+            EXPECT_EQ(builder.Compute(), 0);
+            scene.ExpectNoCalls();
+        }
+        scene.ExpectLog({});
+    }
 }

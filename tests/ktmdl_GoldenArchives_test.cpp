@@ -2,6 +2,7 @@
 // version must read, on every platform. They are never rewritten; a run with KT_WRITE_GOLDEN set
 // writes those that are missing.
 
+#include "ktmdl/ktmdl_BBox2d.h"
 #include "ktmdl/ktmdl_BBox3d.h"
 #include "ktmdl/ktmdl_CrdSys3d.h"
 #include "ktmdl/ktmdl_ErosionPosSeq.h"
@@ -10,6 +11,7 @@
 #include "ktmdl/ktmdl_TopoHSeq.h"
 #include "ktmdl/ktmdl_TopoMap.h"
 #include "ktmdl/ktmdl_Trsf3dSeq.h"
+#include "ktmdl/ktmdl_Vec2d.h"
 #include "support/ArchiveReader.h"
 #include "support/Bits.h"
 #include "support/Records.h"
@@ -94,6 +96,42 @@ struct Points
         box.Serialize(aArchive);
         EXPECT_EQ(box.mMin.IsEqual({-1, -2, -3}, 0), 1);
         EXPECT_EQ(box.mMax.IsEqual({1, 2, 3}, 0), 1);
+    }
+};
+
+// ------------------------------------------------------------------------------ planar values
+
+struct Planar
+{
+    static constexpr char name[] = "planar";
+
+    static RecordBytes& record(RecordBytes& aBytes)
+    {
+        aBytes.data2d(-0.0, 0.1).data2d(kt_test::payloadNan(), -kt_test::kInfinity);
+        return aBytes.data2d(-1, -2).data2d(kLeast, 1.0 / 3).end("ktmdl_BBox2d");
+    }
+    static void store(ktstd_Archive& aArchive)
+    {
+        ktmdl_Pnt2d(-0.0, 0.1).Serialize(aArchive);
+        ktmdl_Vec2d(kt_test::payloadNan(), -kt_test::kInfinity).Serialize(aArchive);
+        ktmdl_BBox2d(-1, -2, kLeast, 1.0 / 3).Serialize(aArchive);
+    }
+    static void load(ktstd_Archive& aArchive)
+    {
+        const auto expectBits = [](const ktmdl_Data2d& aData, double aX, double aY) {
+            EXPECT_EQ(kt_test::bitsOf(aData.mX), kt_test::bitsOf(aX));
+            EXPECT_EQ(kt_test::bitsOf(aData.mY), kt_test::bitsOf(aY));
+        };
+        ktmdl_Pnt2d point;
+        point.Serialize(aArchive);
+        expectBits(point, -0.0, 0.1);
+        ktmdl_Vec2d vector;
+        vector.Serialize(aArchive);
+        expectBits(vector, kt_test::payloadNan(), -kt_test::kInfinity);
+        ktmdl_BBox2d box;
+        box.Serialize(aArchive);
+        expectBits(box.mMin, -1, -2);
+        expectBits(box.mMax, kLeast, 1.0 / 3);
     }
 };
 
@@ -452,6 +490,7 @@ TEST(ktmdl_GoldenArchives, AreWrittenWhenAskedFor)
     }
     const TopoGuard guard;
     writeGolden<Points>();
+    writeGolden<Planar>();
     writeGolden<Transforms>();
     writeGolden<Positions>();
     writeGolden<References>();
@@ -462,6 +501,7 @@ TEST(ktmdl_GoldenArchives, FilesAreAsTheFormatIsDescribed)
     const TopoGuard guard;
     for (const int format : {15, 16}) {
         expectFileAsDescribed<Points>(format);
+        expectFileAsDescribed<Planar>(format);
         expectFileAsDescribed<Transforms>(format);
         expectFileAsDescribed<Positions>(format);
         expectFileAsDescribed<References>(format);
@@ -472,6 +512,7 @@ TEST(ktmdl_GoldenArchives, AreWrittenTheSameToday)
 {
     const TopoGuard guard;
     expectWrittenTheSame<Points>();
+    expectWrittenTheSame<Planar>();
     expectWrittenTheSame<Transforms>();
     expectWrittenTheSame<Positions>();
     expectWrittenTheSame<References>();
@@ -482,6 +523,7 @@ TEST(ktmdl_GoldenArchives, AreLoaded)
     const TopoGuard guard;
     for (const int format : {15, 16}) {
         expectLoaded<Points>(format);
+        expectLoaded<Planar>(format);
         expectLoaded<Transforms>(format);
         expectLoaded<Positions>(format);
         expectLoaded<References>(format);

@@ -3,6 +3,7 @@
 #include "com/Com.h"
 #include "ktmdl/ktmdl.h"
 #include "ktstd/ktstd_AsciiString.h"
+#include "ktstd/ktstd_fail.h"
 #include "support/FakeDispatch.h"
 #include "support/HostIds.h"
 #include "support/TopoScene.h"
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -410,7 +412,7 @@ TEST(ktmdl, NameWhoseOnlyItemRefusesWithAnotherCodeIsReported)
     expectNothing(scene, part.Find(&ktmdl::GetDimVarFromName, "Count"), {caught(kByName, kBusy)});
 }
 
-TEST(ktmdl, NameThatSeveralVariablesHaveGivesNothing)
+TEST(ktmdl, AnAmbiguousNameGivesNull)
 {
     Scene scene;
     Variables part(scene);
@@ -445,7 +447,7 @@ void expectListed(const Scene& aScene, const std::string& aItem, std::vector<std
 
 } // namespace
 
-TEST(ktmdl, NameThatNoVariableHasLetsTheHostTellAllVariables)
+TEST(ktmdl, WithoutASingleMatchAllVariablesAreAskedAndNothingIsWritten)
 {
     Scene scene;
     Variables part(scene);
@@ -930,7 +932,7 @@ TEST(ktmdl, PlaneInfoReportsAReferenceObjectToNothing)
     out.Expect(kUntouchedFirst, kUntouchedSecond);
 }
 
-TEST(ktmdl, PlaneInfoLeavesAnOutputWhoseNameIsNotKnown)
+TEST(ktmdl, APlaneWithoutTheNameLeavesTheOutputUntouched)
 {
     for (const HRESULT code : {DISP_E_UNKNOWNNAME, kGone}) {
         Scene scene;
@@ -1021,5 +1023,31 @@ TEST(ktmdl, PlaneInfoRefusesValuesThatCantBeUsed)
         Outputs out;
         expectUnusable(scene, ktmdl::GetPlaneInfo(plane.Ptr(), out.first, out.second), kPlaneInfo);
         out.Expect({0, 0.6, -0.8, -74}, kUntouchedSecond);
+    }
+}
+
+// What is no automation error
+
+TEST(ktmdl, OtherExceptionsPassThroughTheQueries)
+{
+    const fake::Handler raisers[] = {
+        [](const fake::Args&, VARIANT*) -> HRESULT { throw std::runtime_error("not the host's"); },
+        [](const fake::Args&, VARIANT*) -> HRESULT {
+            ktstd_fail_ProgramError::Raise("not the host's");
+            return S_OK;
+        }};
+    for (const fake::Handler& raise : raisers) {
+        Scene scene;
+        Variables part(scene);
+        part.vars.Method(27, raise);
+        EXPECT_ANY_THROW(static_cast<void>(part.Find(&ktmdl::GetDimVarFromName, "d1")));
+        EXPECT_ANY_THROW(static_cast<void>(part.Find(&ktmdl::GetDimVarFromSystemName, "d1")));
+        Outputs out;
+        fake::Object& face = makeFace(scene).Method(233, raise);
+        EXPECT_ANY_THROW(ktmdl::GetFaceInfo(face.Ptr(), out.first, out.second));
+        fake::Object& plane = makePlane(scene).Method(L"GetRootPoint", raise);
+        EXPECT_ANY_THROW(ktmdl::GetPlaneInfo(plane.Ptr(), out.first, out.second));
+        out.Expect({0, 0.6, -0.8, -74}, kUntouchedSecond);
+        scene.ExpectLog({});
     }
 }

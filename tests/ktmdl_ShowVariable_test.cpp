@@ -325,7 +325,7 @@ TEST(ktmdl_ShowVariable, PlanarEntriesThatAreNoNumbersAreWrittenAsTheStreamDoes)
     }
 }
 
-TEST(ktmdl_ShowVariable, PlanarMatrixLeavesFlagsAndPrecisionAndASpaceForFill)
+TEST(ktmdl_ShowVariable, PlanarMatrixDumpLeavesASpaceAsFill)
 {
     const LogCapture log;
     disturb();
@@ -337,7 +337,7 @@ TEST(ktmdl_ShowVariable, PlanarMatrixLeavesFlagsAndPrecisionAndASpaceForFill)
                               "   5.000   7.000\n" + kIndent + "  11.000  13.000\n");
 }
 
-TEST(ktmdl_ShowVariable, PlanarMatrixKeepsTheOtherFlags)
+TEST(ktmdl_ShowVariable, PlanarMatrixKeepsSignAndAlignment)
 {
     const LogCapture log;
     ktstd_Debug::LogPrint() << std::showpos << std::left;
@@ -399,7 +399,7 @@ TEST(ktmdl_ShowVariable, SpatialEntriesAreRoundedHalfAwayFromZero)
     EXPECT_EQ(shownInSpace(-1.0005), "-1.001");
 }
 
-TEST(ktmdl_ShowVariable, SpatialEntriesThatRoundToZeroKeepTheSignOfANegativeNumber)
+TEST(ktmdl_ShowVariable, ASmallNegativeEntryKeepsItsSign)
 {
     EXPECT_EQ(shownInSpace(-0.0001), "-0.000");
     EXPECT_EQ(shownInSpace(-0.0004999), "-0.000");
@@ -454,7 +454,7 @@ TEST(ktmdl_ShowVariable, SpatialMatrixLeavesTheFormat)
     EXPECT_EQ(log.Lines()[1], "    1.000    0.000    0.000    0.000");
 }
 
-TEST(ktmdl_ShowVariable, SpatialMatrixKeepsTheOtherFlags)
+TEST(ktmdl_ShowVariable, SpatialMatrixKeepsSignAndAlignment)
 {
     const LogCapture log;
     ktstd_Debug::LogPrint() << std::showpos << std::left;
@@ -465,7 +465,7 @@ TEST(ktmdl_ShowVariable, SpatialMatrixKeepsTheOtherFlags)
     EXPECT_EQ(log.Lines()[4], "+10.000  -20.000  +0.500   +1.000   ");
 }
 
-TEST(ktmdl_ShowVariable, MatricesAddFixedAndShowPointToWhateverIsSet)
+TEST(ktmdl_ShowVariable, MatrixDumpsKeepTheOtherFlags)
 {
     // With scientific set before, the two together mean hexadecimal numbers.
     const LogCapture log;

@@ -228,7 +228,7 @@ TEST(ktmdl_Vec2d, NormalizeOfAMillionthIsAllowed)
     expectPair(normalised({0, -kTol}), 0, -1);
 }
 
-TEST(ktmdl_Vec2d, NormalizeBelowAMillionthRaisesNamingTheSpatialVectorAndChangesNothing)
+TEST(ktmdl_Vec2d, NormalizeOfAZeroVectorNamesTheSpatialVector)
 {
     for (const double length : {0.0, 1e-7, below(kTol), -below(kTol)}) {
         ktmdl_Vec2d vector(0, length);
@@ -375,7 +375,7 @@ TEST(ktmdl_Vec2d, TranslateAddsLikeToAPoint)
     expectPair(vector, 22, -36);
 }
 
-TEST(ktmdl_Vec2d, TransformMixesTheTranslationInAndLeavesTheLinearPartOut)
+TEST(ktmdl_Vec2d, TransformTakesEntriesThatAreNotTheLinearPart)
 {
     // x' = M00 x + M02 y, y' = M01 x + M10 y, both from the old x and y.
     ktmdl_Vec2d vector(1, 10);
