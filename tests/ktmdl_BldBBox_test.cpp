@@ -677,10 +677,21 @@ TEST(ktmdl_BldBBox, DeepAssembliesAreMeasured)
 {
     Scene scene;
     fake::Object* document = &makePart(scene, "part", kBoxB);
-    for (int level = 0; level < 30; ++level) {
+    for (int level = 0; level < 255; ++level) {
         document = &makeAssembly(scene, "asm" + std::to_string(level), {document});
     }
     expectBox(scene, *document, kWithout, kBoxB);
+}
+
+TEST(ktmdl_BldBBox, AssemblyThatHoldsItselfEnds)
+{
+    Scene scene;
+    fake::Object& assembly = makeAssembly(scene, "asm", {});
+    fake::Object& occurrence = scene.world.Make("occ").Answer(host_ids::kOccurrence);
+    occurrence.Property(38, fake::givesObject(&assembly));
+    assembly.Property(16390, fake::givesObject(&scene.Collection("occs", {&occurrence}, 3)));
+    expectBox(scene, assembly, kWithout, kDefaultBox, 0,
+              {failedCallForm(kSource, E_UNEXPECTED), caught(E_UNEXPECTED)});
 }
 
 TEST(ktmdl_BldBBox, FeatureOrOtherObjectAsADocumentIsTreatedByItsType)
