@@ -350,7 +350,7 @@ TEST(ktmdl_BldRectangularProfile, EveryCallMayFail)
                     EXPECT_EQ(builder.Status(), wanted.status);
                     scene.ExpectLog(wanted.lines);
                     if (wanted.status == 1) {
-                        EXPECT_EQ(scene.world.Calls().back(), failed)
+                        EXPECT_EQ(scene.world.LastCall(), failed)
                             << "nothing more is asked, and nothing taken back";
                         EXPECT_EQ(builder.Profile().GetInterfacePtr(), nullptr);
                         EXPECT_EQ(builder.DimPtrI(0).GetInterfacePtr(), nullptr);

@@ -320,7 +320,7 @@ TEST(ktmdl_BldRectangularProfile, RefusedProfileIsNotKept)
             EXPECT_EQ(builder.DimPtrI(1).GetInterfacePtr(), nullptr);
             EXPECT_EQ(host.At("prof").Held(), 0);
             EXPECT_EQ(host.At(nameOf(container)).Held(), 1) << "what was created stays";
-            EXPECT_EQ(scene.world.Calls().back(), "prof.100(I4 1)");
+            EXPECT_EQ(scene.world.LastCall(), "prof.100(I4 1)");
             scene.ExpectLog({});
         }
     }
@@ -333,6 +333,7 @@ TEST(ktmdl_BldRectangularProfile, WhatWouldRefuseTheProfileIsNotAskedUnlessWishe
     host.validation = -1;
     Builder builder = makeBuilder(host, kConstrained);
     EXPECT_EQ(builder.Compute(), 0);
+    EXPECT_EQ(scene.world.LastCall(), "dim2.put 14(BOOL -1)");
     EXPECT_EQ(scene.world.CountOf("prof.100(*"), 0);
 }
 
@@ -425,7 +426,7 @@ TEST(ktmdl_BldRectangularProfile, WithoutAMatchTheLinesStayAndNothingElseIsDone)
         EXPECT_EQ(builder.Profile().GetInterfacePtr(), nullptr);
         EXPECT_EQ(builder.DimPtrI(0).GetInterfacePtr(), nullptr);
         EXPECT_EQ(scene.world.CountOf("rels.719(*"), 4);
-        EXPECT_TRUE(fake::matches("plane3.GetNormal(*", scene.world.Calls().back()));
+        EXPECT_TRUE(fake::matches("plane3.GetNormal(*", scene.world.LastCall()));
         scene.ExpectLog({});
     }
 }
@@ -436,6 +437,7 @@ TEST(ktmdl_BldRectangularProfile, ReversedPlaneIsDrawnOnUnlessConstrained)
     ProfileHost host(scene, Container::Sketch);
     scriptNormal(host.At("plane"), {0, 0, -1});
     EXPECT_EQ(makeBuilder(host).Compute(), 0);
+    EXPECT_EQ(scene.world.CountOf("profs.102(DISP plane)"), 1);
     EXPECT_EQ(scene.world.CountOf("plane.*"), 0) << "its normal is not read";
 }
 
@@ -547,6 +549,7 @@ TEST(ktmdl_BldRectangularProfile, SecondComputeAsksNothing)
         ProfileHost host(scene, container);
         Builder builder = makeBuilder(host, kBoth);
         EXPECT_EQ(builder.Compute(), 0);
+        EXPECT_EQ(scene.world.LastCall(), "prof.100(I4 1)");
         scene.world.Forget();
         EXPECT_EQ(builder.Compute(), 0);
         scene.ExpectNoCalls();

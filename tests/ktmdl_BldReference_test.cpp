@@ -278,7 +278,7 @@ TEST(ktmdl_BldReference, DirectChildWithoutAnObjectIsItsOwnReference)
     EXPECT_EQ(builder.Status(), 0);
     EXPECT_EQ(nameOf(scene, builder.Reference()), "T");
     EXPECT_TRUE(stage.tree.Made().empty());
-    EXPECT_EQ(scene.world.Calls().back(), "top.occs.0(I4 2)") << "the search ends there";
+    EXPECT_EQ(scene.world.LastCall(), "top.occs.0(I4 2)") << "the search ends there";
     scene.ExpectLog({});
 }
 
@@ -479,6 +479,7 @@ TEST(ktmdl_BldReference, LevelBelowOneIsNeverReached)
         for (int walk = 0; walk < 3; ++walk) {
             EXPECT_EQ(builder.Compute(), -2);
         }
+        EXPECT_EQ(scene.world.CountOf("S.doc.occs.0(I4 1)"), 3);
         EXPECT_TRUE(stage.tree.Made().empty());
         scene.ExpectLog({});
     }
@@ -562,6 +563,7 @@ TEST(ktmdl_BldReference, SecondComputeAsksNothing)
         const Stage stage(scene, "T");
         Builder builder = stage.To("T", withObject, 1);
         EXPECT_EQ(builder.Compute(), 0);
+        EXPECT_EQ(scene.world.CountOf("top.occs.0(I4 1)"), 1);
         scene.world.Forget();
         EXPECT_EQ(builder.Compute(), 0);
         (void)builder.Reference();

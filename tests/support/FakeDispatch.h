@@ -150,6 +150,8 @@ public:
     //! "dim.put 4(BOOL -1)". Named members stand with their names, arrays by reference with their
     //! content, objects with their names: "DISP edge", "DISP null".
     [[nodiscard]] const std::vector<std::string>& Calls() const { return mCalls; }
+    //! Gives what was asked last; empty when nothing was.
+    [[nodiscard]] std::string LastCall() const { return mCalls.empty() ? "" : mCalls.back(); }
     //! Gives how many entries are a call of a member of an object.
     [[nodiscard]] long CountOf(const std::string& aPattern) const;
     void Forget() { mCalls.clear(); }

@@ -75,7 +75,7 @@ void ProfileHost::MakePart()
     }
     planes.pop_back();
     mObjects.push_back(&mScene->Collection("defaults", planes).Answer(hostids::RefPlanes));
-    // On purpose: the library asks a part for its default planes at this number.
+    // Where the library asks a part for its default planes; the host publishes 0x6065.
     document.Property(0x6002, fake::givesObject(&At("defaults")));
 }
 
@@ -95,7 +95,7 @@ void ProfileHost::MakeAssembly()
     }
     planes.pop_back();
     mObjects.push_back(&mScene->Collection("defaults", planes).Answer(hostids::AsmRefPlanes));
-    // On purpose: the library asks an assembly for its default planes at this number.
+    // Where the library asks an assembly for its default planes; the host publishes 0x6002.
     document.Property(0x6065, fake::givesObject(&At("defaults")));
 }
 
