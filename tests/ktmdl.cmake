@@ -18,6 +18,10 @@ kt_test(ktmdl_tests
   ktmdl_Vec3d_test.cpp
   ktmdl_test.cpp
   ktmdl_BldLoops_test.cpp
+  ktmdl_BldRectangularProfile_Faults_test.cpp
+  ktmdl_BldRectangularProfile_test.cpp
+  ktmdl_BldReference_Faults_test.cpp
+  ktmdl_BldReference_test.cpp
   ktmdl_Diag_test.cpp
   ktmdl_Topo_Changes_test.cpp
   ktmdl_Topo_Children_test.cpp
@@ -31,6 +35,8 @@ kt_test(ktmdl_tests
   support/EdgeSet.cpp
   support/FakeDispatch.cpp
   support/LogCapture.cpp
+  support/OccurrenceTree.cpp
+  support/ProfileHost.cpp
   support/TopoScene.cpp
   "${PROJECT_SOURCE_DIR}/ktmdl/ktmdl_Diag_detail.cpp"
   LINK ktmdl)
