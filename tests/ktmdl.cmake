@@ -24,6 +24,10 @@ kt_test(ktmdl_tests
   ktmdl_test.cpp
   ktmdl_BldBBox_test.cpp
   ktmdl_BldLoops_test.cpp
+  ktmdl_BldRectangularProfile_Faults_test.cpp
+  ktmdl_BldRectangularProfile_test.cpp
+  ktmdl_BldReference_Faults_test.cpp
+  ktmdl_BldReference_test.cpp
   ktmdl_Diag_test.cpp
   ktmdl_Queries_test.cpp
   ktmdl_ShowVariable_test.cpp
@@ -39,6 +43,8 @@ kt_test(ktmdl_tests
   support/EdgeSet.cpp
   support/FakeDispatch.cpp
   support/LogCapture.cpp
+  support/OccurrenceTree.cpp
+  support/ProfileHost.cpp
   support/TopoScene.cpp
   "${PROJECT_SOURCE_DIR}/ktmdl/ktmdl_Diag_detail.cpp"
   LINK ktmdl)

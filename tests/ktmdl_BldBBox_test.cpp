@@ -101,8 +101,8 @@ fake::Object& makeModel(Scene& aScene, const std::string& aName, const Box& aBox
 fake::Object& makePart(Scene& aScene, const std::string& aName, const Box& aBox,
                        const Objects& aConstructions = {})
 {
-    fake::Object& part = makeTyped(aScene, aName, host_ids::kPartType);
-    part.Answer(host_ids::kPartDocument);
+    fake::Object& part = makeTyped(aScene, aName, hostids::typePartDocument);
+    part.Answer(hostids::PartDocument);
     fake::Object& model = makeModel(aScene, aName + "Model", aBox);
     part.Property(24681, fake::givesObject(&aScene.Collection(aName + "Models", {&model}, 5)));
     part.Property(24686,
@@ -114,13 +114,13 @@ fake::Object& makePart(Scene& aScene, const std::string& aName, const Box& aBox,
 //! each document, which may be null.
 fake::Object& makeAssembly(Scene& aScene, const std::string& aName, const Objects& aDocuments)
 {
-    fake::Object& assembly = makeTyped(aScene, aName, host_ids::kAssemblyType);
-    assembly.Answer(host_ids::kAssemblyDocument);
+    fake::Object& assembly = makeTyped(aScene, aName, hostids::typeAssemblyDocument);
+    assembly.Answer(hostids::AssemblyDocument);
     Objects occurrences;
     for (fake::Object* const document : aDocuments) {
         fake::Object& occurrence =
             aScene.world.Make("of_" + (document != nullptr ? document->Name() : "nothing"));
-        occurrence.Answer(host_ids::kOccurrence);
+        occurrence.Answer(hostids::Occurrence);
         occurrence.Property(38, fake::givesObject(document));
         occurrences.push_back(&occurrence);
     }
@@ -131,7 +131,7 @@ fake::Object& makeAssembly(Scene& aScene, const std::string& aName, const Object
 //! A feature whose parent is a model of the given box.
 fake::Object& makeFeature(Scene& aScene, LONG aType, const Box& aBox)
 {
-    fake::Object& model = makeModel(aScene, "model", aBox).Answer(host_ids::kConstructionModel);
+    fake::Object& model = makeModel(aScene, "model", aBox).Answer(hostids::ConstructionModel);
     return makeTyped(aScene, "feature", aType).Property(L"Parent", fake::givesObject(&model));
 }
 
@@ -322,7 +322,7 @@ TEST(ktmdl_BldBBox, RangeOfMoreValuesIsItsFirstThree)
 TEST(ktmdl_BldBBox, PartThatIsNoneIsReported)
 {
     Scene scene;
-    fake::Object& other = makeTyped(scene, "other", host_ids::kPartType);
+    fake::Object& other = makeTyped(scene, "other", hostids::typePartDocument);
     expectFailure(scene, other, missing("pPartDoc"));
     scene.ExpectCalls(typeCalls("other"));
 }
@@ -330,7 +330,7 @@ TEST(ktmdl_BldBBox, PartThatIsNoneIsReported)
 TEST(ktmdl_BldBBox, PartThatRefusesWithAnotherCodeIsReported)
 {
     Scene scene;
-    fake::Object& part = makePart(scene, "part", kBoxA).Refuse(host_ids::kPartDocument, kBusy);
+    fake::Object& part = makePart(scene, "part", kBoxA).Refuse(hostids::PartDocument, kBusy);
     expectFailure(scene, part, {caught(kBusy)});
     scene.ExpectCalls(typeCalls("part"));
 }
@@ -477,7 +477,7 @@ TEST(ktmdl_BldBBox, ConstructionWithAnInterpartCopyIsSkippedAtItsFirstSuchFeatur
 {
     Scene scene;
     fake::Object& plain = scene.world.Make("plain");
-    fake::Object& copy = scene.world.Make("copy").Answer(host_ids::kInterpartConstruction);
+    fake::Object& copy = scene.world.Make("copy").Answer(hostids::InterpartConstruction);
     fake::Object& behind = scene.world.Make("behind");
     fake::Object& part = makePart(scene, "part", kBoxA,
                                   {&makeModel(scene, "one", kBoxB, {&plain, &copy, &behind}),
@@ -526,7 +526,7 @@ TEST(ktmdl_BldBBox, MissingFeatureOfAConstructionIsReported)
 TEST(ktmdl_BldBBox, FeatureThatRefusesWithAnotherCodeIsReported)
 {
     Scene scene;
-    fake::Object& busy = scene.world.Make("busy").Refuse(host_ids::kInterpartConstruction, kBusy);
+    fake::Object& busy = scene.world.Make("busy").Refuse(hostids::InterpartConstruction, kBusy);
     fake::Object& constr = makeModel(scene, "constr", kBoxB, {&busy});
     expectFailure(scene, makePart(scene, "part", kBoxA, {&constr}), {caught(kBusy)}, kBoxA);
 }
@@ -616,7 +616,7 @@ TEST(ktmdl_BldBBox, AnAssemblyIgnoresPlacements)
 {
     Scene scene;
     fake::Object& part = makePart(scene, "part", kBoxB);
-    fake::Object& occurrence = scene.world.Make("occ").Answer(host_ids::kOccurrence);
+    fake::Object& occurrence = scene.world.Make("occ").Answer(hostids::Occurrence);
     occurrence.Property(38, fake::givesObject(&part));
     for (const wchar_t* const name : {L"GetMatrix", L"GetTransform", L"GetOrigin", L"Range"}) {
         occurrence.Method(name, [](const fake::Args& aArgs, VARIANT*) {
@@ -687,7 +687,7 @@ TEST(ktmdl_BldBBox, AssemblyThatHoldsItselfEnds)
 {
     Scene scene;
     fake::Object& assembly = makeAssembly(scene, "asm", {});
-    fake::Object& occurrence = scene.world.Make("occ").Answer(host_ids::kOccurrence);
+    fake::Object& occurrence = scene.world.Make("occ").Answer(hostids::Occurrence);
     occurrence.Property(38, fake::givesObject(&assembly));
     assembly.Property(16390, fake::givesObject(&scene.Collection("occs", {&occurrence}, 3)));
     expectBox(scene, assembly, kWithout, kDefaultBox, 0,
@@ -697,7 +697,7 @@ TEST(ktmdl_BldBBox, AssemblyThatHoldsItselfEnds)
 TEST(ktmdl_BldBBox, FeatureOrOtherObjectAsADocumentIsTreatedByItsType)
 {
     Scene scene;
-    fake::Object& feature = makeFeature(scene, host_ids::kStitchSurfaceType, kBoxB);
+    fake::Object& feature = makeFeature(scene, hostids::typeStitchSurface, kBoxB);
     fake::Object& sketch = makeTyped(scene, "sketch", 7);
     expectBox(scene, makeAssembly(scene, "asm", {&feature, &sketch}), kWithout, kBoxB);
 }
@@ -705,7 +705,7 @@ TEST(ktmdl_BldBBox, FeatureOrOtherObjectAsADocumentIsTreatedByItsType)
 TEST(ktmdl_BldBBox, AfterAFailedFirstOccurrenceTheBoxStartsAtTheOrigin)
 {
     Scene scene;
-    fake::Object& broken = makeTyped(scene, "broken", host_ids::kPartType);
+    fake::Object& broken = makeTyped(scene, "broken", hostids::typePartDocument);
     fake::Object& assembly = makeAssembly(scene, "asm", {&broken, &makePart(scene, "b", kBoxB)});
     expectBox(scene, assembly, kWithout, {0, 0, 0, 40, 50, 60}, 0, missing("pPartDoc"));
 }
@@ -715,7 +715,7 @@ TEST(ktmdl_BldBBox, MiddleOrLastOccurrenceThatFailsIsLeftOut)
     for (const std::size_t place : {std::size_t{1}, std::size_t{2}}) {
         Scene scene;
         Objects documents = {&makePart(scene, "b", kBoxB), &makePart(scene, "c", kBoxC)};
-        fake::Object& broken = makeTyped(scene, "broken", host_ids::kPartType);
+        fake::Object& broken = makeTyped(scene, "broken", hostids::typePartDocument);
         documents.insert(documents.begin() + static_cast<std::ptrdiff_t>(place), &broken);
         expectBox(scene, makeAssembly(scene, "asm", documents), kWithout, unionOf(kBoxB, kBoxC), 0,
                   missing("pPartDoc"));
@@ -725,7 +725,7 @@ TEST(ktmdl_BldBBox, MiddleOrLastOccurrenceThatFailsIsLeftOut)
 TEST(ktmdl_BldBBox, OccurrencesThatAllFailLeaveTheDefaultBox)
 {
     Scene scene;
-    fake::Object& broken = makeTyped(scene, "broken", host_ids::kPartType);
+    fake::Object& broken = makeTyped(scene, "broken", hostids::typePartDocument);
     expectBox(scene, makeAssembly(scene, "asm", {&broken, &broken}), kWithout, kDefaultBox, 0,
               joined({missing("pPartDoc"), missing("pPartDoc")}));
 }
@@ -768,7 +768,7 @@ TEST(ktmdl_BldBBox, OccurrenceThatFailsInsideASubassemblyIsLeftOutThere)
     for (std::size_t place = 0; place < 3; ++place) {
         Scene scene;
         Objects documents = {&makePart(scene, "b", kBoxB), &makePart(scene, "c", kBoxC)};
-        fake::Object& broken = makeTyped(scene, "broken", host_ids::kPartType);
+        fake::Object& broken = makeTyped(scene, "broken", hostids::typePartDocument);
         documents.insert(documents.begin() + static_cast<std::ptrdiff_t>(place), &broken);
         fake::Object& inner = makeAssembly(scene, "inner", documents);
         Box wanted = unionOf(kBoxB, kBoxC);
@@ -792,8 +792,8 @@ TEST(ktmdl_BldBBox, SubassemblyThatFailsIsLeftOut)
 TEST(ktmdl_BldBBox, AssemblyThatIsNoneIsReported)
 {
     Scene scene;
-    fake::Object& other = makeTyped(scene, "other", host_ids::kAssemblyType);
-    other.Answer(host_ids::kPartDocument);
+    fake::Object& other = makeTyped(scene, "other", hostids::typeAssemblyDocument);
+    other.Answer(hostids::PartDocument);
     expectFailure(scene, other, missing("pAsmDoc"));
     scene.ExpectCalls(typeCalls("other"));
 }
@@ -802,7 +802,7 @@ TEST(ktmdl_BldBBox, AssemblyThatRefusesWithAnotherCodeIsReported)
 {
     Scene scene;
     fake::Object& assembly =
-        makeAssembly(scene, "asm", {}).Refuse(host_ids::kAssemblyDocument, kBusy);
+        makeAssembly(scene, "asm", {}).Refuse(hostids::AssemblyDocument, kBusy);
     expectFailure(scene, assembly, {caught(kBusy)});
 }
 
@@ -818,7 +818,7 @@ TEST(ktmdl_BldBBox, MissingOccurrenceEndsTheAssembly)
 {
     Scene scene;
     fake::Object& assembly = makeAssembly(scene, "asm", {});
-    fake::Object& occurrence = scene.world.Make("occ").Answer(host_ids::kOccurrence);
+    fake::Object& occurrence = scene.world.Make("occ").Answer(hostids::Occurrence);
     occurrence.Property(38, fake::givesObject(&makePart(scene, "b", kBoxB)));
     assembly.Property(16390, fake::givesObject(&scene.Collection(
                                  "occs", {&occurrence, nullptr, &occurrence}, 3)));
@@ -876,8 +876,8 @@ TEST(ktmdl_BldBBox, EveryCallOnAnAssemblyMayFail)
 
 TEST(ktmdl_BldBBox, FeatureIsItsParentsBody)
 {
-    for (const LONG type : {host_ids::kDerivedCurveType, host_ids::kInterpartConstructionType,
-                            host_ids::kStitchSurfaceType}) {
+    for (const LONG type : {hostids::typeDerivedCurve, hostids::typeInterpartConstruction,
+                            hostids::typeStitchSurface}) {
         for (const unsigned char choice : {kWithout, kWith}) {
             Scene scene;
             fake::Object& feature = makeFeature(scene, type, kBoxB);
@@ -892,7 +892,7 @@ TEST(ktmdl_BldBBox, FeatureIsItsParentsBody)
 TEST(ktmdl_BldBBox, FeatureWithoutParentIsReported)
 {
     Scene scene;
-    fake::Object& feature = makeFeature(scene, host_ids::kStitchSurfaceType, kBoxB);
+    fake::Object& feature = makeFeature(scene, hostids::typeStitchSurface, kBoxB);
     feature.Property(L"Parent", fake::givesObject(nullptr));
     expectFailure(scene, feature, missing("pModel"));
 }
@@ -900,7 +900,7 @@ TEST(ktmdl_BldBBox, FeatureWithoutParentIsReported)
 TEST(ktmdl_BldBBox, FeatureOfAnotherParentIsReported)
 {
     Scene scene;
-    fake::Object& feature = makeFeature(scene, host_ids::kStitchSurfaceType, kBoxB);
+    fake::Object& feature = makeFeature(scene, hostids::typeStitchSurface, kBoxB);
     feature.Property(L"Parent", fake::givesObject(&makeModel(scene, "other", kBoxC)));
     expectFailure(scene, feature, missing("pModel"));
     EXPECT_EQ(scene.world.CountOf("other.get 49()"), 0);
@@ -909,8 +909,8 @@ TEST(ktmdl_BldBBox, FeatureOfAnotherParentIsReported)
 TEST(ktmdl_BldBBox, FeatureWhoseParentRefusesWithAnotherCodeIsReported)
 {
     Scene scene;
-    fake::Object& feature = makeFeature(scene, host_ids::kStitchSurfaceType, kBoxB);
-    fake::Object& busy = scene.world.Make("busy").Refuse(host_ids::kConstructionModel, kBusy);
+    fake::Object& feature = makeFeature(scene, hostids::typeStitchSurface, kBoxB);
+    fake::Object& busy = scene.world.Make("busy").Refuse(hostids::ConstructionModel, kBusy);
     feature.Property(L"Parent", fake::givesObject(&busy));
     expectFailure(scene, feature, {caught(kBusy)});
 }
@@ -918,8 +918,8 @@ TEST(ktmdl_BldBBox, FeatureWhoseParentRefusesWithAnotherCodeIsReported)
 TEST(ktmdl_BldBBox, FeatureWhoseParentHasNoBodyIsReported)
 {
     Scene scene;
-    fake::Object& feature = makeFeature(scene, host_ids::kStitchSurfaceType, kBoxB);
-    fake::Object& model = makeModel(scene, "other", kBoxC).Answer(host_ids::kConstructionModel);
+    fake::Object& feature = makeFeature(scene, hostids::typeStitchSurface, kBoxB);
+    fake::Object& model = makeModel(scene, "other", kBoxC).Answer(hostids::ConstructionModel);
     model.Property(49, fake::givesObject(nullptr));
     feature.Property(L"Parent", fake::givesObject(&model));
     expectFailure(scene, feature, missing("pBody"));
@@ -932,7 +932,7 @@ TEST(ktmdl_BldBBox, EveryCallOnAFeatureMayFail)
         for (;; ++nth) {
             ASSERT_LT(nth, 100);
             Scene scene;
-            fake::Object& feature = makeFeature(scene, host_ids::kDerivedCurveType, kBoxB);
+            fake::Object& feature = makeFeature(scene, hostids::typeDerivedCurve, kBoxB);
             scene.world.FailCall(nth, kGone, isLate);
             ktmdl_BldBBox builder(feature.Ptr(), kWith);
             const long status = builder.Compute();
@@ -956,13 +956,12 @@ TEST(ktmdl_BldBBox, EveryCallOnAFeatureMayFail)
 
 TEST(ktmdl_BldBBox, OtherObjectsFailWithoutALogLine)
 {
-    for (const LONG type :
-         {LONG{0}, LONG{2}, LONG{4}, LONG{5}, LONG{-1}, host_ids::kDerivedCurveType + 1,
-          host_ids::kInterpartConstructionType + 1, host_ids::kStitchSurfaceType - 1,
-          host_ids::kReferenceType}) {
+    for (const LONG type : {LONG{0}, LONG{2}, LONG{4}, LONG{5}, LONG{-1},
+                            hostids::typeDerivedCurve + 1, hostids::typeInterpartConstruction + 1,
+                            hostids::typeStitchSurface - 1, hostids::typeReference}) {
         Scene scene;
         fake::Object& other = makeTyped(scene, "other", type);
-        other.Answer(host_ids::kPartDocument).Answer(host_ids::kAssemblyDocument);
+        other.Answer(hostids::PartDocument).Answer(hostids::AssemblyDocument);
         expectFailure(scene, other, {});
         scene.ExpectCalls(typeCalls("other"));
     }

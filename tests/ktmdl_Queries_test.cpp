@@ -67,7 +67,7 @@ struct Variables
           doc(aScene.world.Make("doc")),
           vars(aScene.world.Make("vars"))
     {
-        doc.Answer(host_ids::kPartDocument);
+        doc.Answer(hostids::PartDocument);
         doc.Property(0x2001, fake::givesObject(&vars));
         vars.Method(25, [](const fake::Args& aArgs, VARIANT* aResult) {
             static_cast<void>(aArgs.Dispatch(0)); // must be an object
@@ -96,8 +96,8 @@ struct Variables
                             LONG aDimensionType = 1, double aValue = 0.5)
     {
         fake::Object& dimension = scene->world.Make(aName);
-        dimension.Answer(host_ids::kDimension);
-        dimension.Property(L"Type", fake::givesNumber(host_ids::kDimensionType));
+        dimension.Answer(hostids::Dimension);
+        dimension.Property(L"Type", fake::givesNumber(hostids::typeDimension));
         dimension.Property(16487, fake::givesText(aSystemName));
         dimension.Property(3, fake::givesNumber(aDimensionType));
         dimension.Property(DISPID{0}, fake::givesReal(aValue));
@@ -107,8 +107,8 @@ struct Variables
     fake::Object& Variable(const std::string& aName)
     {
         fake::Object& variable = scene->world.Make(aName);
-        variable.Answer(host_ids::kVariable);
-        variable.Property(L"Type", fake::givesNumber(host_ids::kVariableType));
+        variable.Answer(hostids::Variable);
+        variable.Property(L"Type", fake::givesNumber(hostids::typeVariable));
         variable.Property(1, fake::givesText(L"a + b"));
         variable.Method(9, fake::givesText(L"7.00 mm"));
         return variable;
@@ -176,7 +176,7 @@ TEST(ktmdl, DimensionQueriesRefuseADocumentThatIsNoPart)
 {
     for (const auto& [query, function] : kDimensionQueries) {
         Scene scene;
-        fake::Object& assembly = scene.world.Make("asm").Answer(host_ids::kAssemblyDocument);
+        fake::Object& assembly = scene.world.Make("asm").Answer(hostids::AssemblyDocument);
         expectNothing(scene, query(assembly.Ptr(), "d1"), missing("pPartDoc", function));
         scene.ExpectNoCalls();
     }
@@ -187,7 +187,7 @@ TEST(ktmdl, DimensionQueriesReportADocumentThatRefusesWithAnotherCode)
     for (const auto& [query, function] : kDimensionQueries) {
         Scene scene;
         Variables part(scene);
-        part.doc.Refuse(host_ids::kPartDocument, kBusy);
+        part.doc.Refuse(hostids::PartDocument, kBusy);
         expectNothing(scene, part.Find(query, "d1"), {caught(function, kBusy)});
         scene.ExpectNoCalls();
     }
@@ -324,7 +324,7 @@ TEST(ktmdl, SystemNameSearchEndsAtAnItemThatRefusesWithAnotherCode)
     Scene scene;
     Variables part(scene);
     fake::Object& busy = part.Dimension("busy", L"V100");
-    busy.Refuse(host_ids::kDimension, kBusy);
+    busy.Refuse(hostids::Dimension, kBusy);
     fake::Object& match = part.Dimension("match", L"V200");
     part.List("*", "list", {&busy, &match});
     expectNothing(scene, part.Find(&ktmdl::GetDimVarFromSystemName, "V200"),
@@ -407,7 +407,7 @@ TEST(ktmdl, NameWhoseOnlyItemRefusesWithAnotherCodeIsReported)
     Scene scene;
     Variables part(scene);
     fake::Object& busy = part.Dimension("busy", L"V100");
-    busy.Refuse(host_ids::kDimension, kBusy);
+    busy.Refuse(hostids::Dimension, kBusy);
     part.List("Count", "list", {&busy});
     expectNothing(scene, part.Find(&ktmdl::GetDimVarFromName, "Count"), {caught(kByName, kBusy)});
 }
@@ -544,7 +544,7 @@ TEST(ktmdl, ListingOfVariablesEndsAtATypeThatCantBeRead)
 
 TEST(ktmdl, ListingOfVariablesEndsAtAnItemThatIsNotWhatItsTypeTells)
 {
-    for (const LONG type : {host_ids::kDimensionType, host_ids::kVariableType, LONG{7}}) {
+    for (const LONG type : {hostids::typeDimension, hostids::typeVariable, LONG{7}}) {
         Scene scene;
         Variables part(scene);
         fake::Object& other = scene.world.Make("other");
@@ -627,7 +627,7 @@ fake::Handler answers(std::size_t aFirstArgument, const std::vector<std::vector<
 fake::Object& makeFace(Scene& aScene)
 {
     fake::Object& face = aScene.world.Make("face");
-    face.Answer(host_ids::kFace);
+    face.Answer(hostids::Face);
     face.Method(232, answers(0, {{1, -2}, {4, 10}}));
     face.Method(229, answers(2, {{0, 0.6, -0.8}}));
     face.Method(233, answers(2, {{11, 12, 13}}));
@@ -685,7 +685,7 @@ TEST(ktmdl, FaceInfoOfNoFaceIsReported)
 TEST(ktmdl, FaceInfoReportsAFaceThatRefusesWithAnotherCode)
 {
     Scene scene;
-    fake::Object& face = makeFace(scene).Refuse(host_ids::kFace, kBusy);
+    fake::Object& face = makeFace(scene).Refuse(hostids::Face, kBusy);
     Outputs out;
     EXPECT_EQ(ktmdl::GetFaceInfo(face.Ptr(), out.first, out.second), long{kBusy});
     scene.ExpectLog({caught(kFaceInfo, kBusy)});
@@ -815,7 +815,7 @@ namespace {
 fake::Object& makePlane(Scene& aScene)
 {
     fake::Object& plane = aScene.world.Make("plane");
-    plane.Property(L"Type", fake::givesNumber(host_ids::kRefPlaneType));
+    plane.Property(L"Type", fake::givesNumber(hostids::typeRefPlane));
     plane.Method(L"GetNormal", answers(0, {{0, 0.6, -0.8}}));
     plane.Method(L"GetRootPoint", answers(0, {{11, 12, 13}}));
     return plane;
@@ -825,8 +825,8 @@ fake::Object& makePlane(Scene& aScene)
 fake::Object& makeReference(Scene& aScene, fake::Object* aObject)
 {
     fake::Object& reference = aScene.world.Make("ref");
-    reference.Answer(host_ids::kReference);
-    reference.Property(L"Type", fake::givesNumber(host_ids::kReferenceType));
+    reference.Answer(hostids::Reference);
+    reference.Property(L"Type", fake::givesNumber(hostids::typeReference));
     reference.Property(4, fake::givesObject(aObject));
     return reference;
 }
@@ -869,12 +869,12 @@ TEST(ktmdl, PlaneInfoMakesNoCallForAnOutputThatIsNotWanted)
 
 TEST(ktmdl, PlaneInfoTakesAnyTypeThatIsNoReferenceObject)
 {
-    for (const LONG type : {LONG{0}, LONG{1}, host_ids::kDimensionType,
-                            host_ids::kReferenceType + 1, host_ids::kReferenceType - 1}) {
+    for (const LONG type : {LONG{0}, LONG{1}, hostids::typeDimension, hostids::typeReference + 1,
+                            hostids::typeReference - 1}) {
         Scene scene;
         fake::Object& plane = makePlane(scene);
         plane.Property(L"Type", fake::givesNumber(type));
-        plane.Answer(host_ids::kReference);
+        plane.Answer(hostids::Reference);
         Outputs out;
         EXPECT_EQ(ktmdl::GetPlaneInfo(plane.Ptr(), out.first, out.second), 0);
         scene.ExpectCalls(joined({kPlaneType, kNormalCalls, kRootCalls}));
@@ -906,12 +906,12 @@ TEST(ktmdl, PlaneInfoReportsAReferenceObjectThatIsNone)
 {
     Scene scene;
     fake::Object& plane = makePlane(scene);
-    plane.Property(L"Type", fake::givesNumber(host_ids::kReferenceType));
+    plane.Property(L"Type", fake::givesNumber(hostids::typeReference));
     Outputs out;
     EXPECT_EQ(ktmdl::GetPlaneInfo(plane.Ptr(), out.first, out.second), long{E_POINTER});
     scene.ExpectLog(missing("pRef", kPlaneInfo));
     scene.log.Forget();
-    plane.Refuse(host_ids::kReference, kBusy);
+    plane.Refuse(hostids::Reference, kBusy);
     EXPECT_EQ(ktmdl::GetPlaneInfo(plane.Ptr(), out.first, out.second), long{kBusy});
     scene.ExpectLog({caught(kPlaneInfo, kBusy)});
     scene.ExpectCalls(joined({kPlaneType, kPlaneType}));

@@ -134,16 +134,7 @@ std::string textOf(BSTR aText)
     return com::toUtf8(aText, SysStringLen(aText));
 }
 
-std::string nameOf(IDispatch* aObject)
-{
-    if (aObject == nullptr) {
-        return "null";
-    }
-    const Object* const object = dynamic_cast<Object*>(aObject);
-    return object != nullptr ? object->Name() : "object";
-}
-
-std::string describe(const VARIANT& aArg)
+std::string describe(const World& aWorld, const VARIANT& aArg)
 {
     const VARTYPE type = V_VT(&aArg);
     switch (type) {
@@ -155,8 +146,10 @@ std::string describe(const VARIANT& aArg)
         return "R8 " + shown(V_R8(&aArg));
     case VT_BSTR:
         return "BSTR \"" + textOf(V_BSTR(&aArg)) + '"';
+    case VT_BOOL:
+        return "BOOL " + std::to_string(V_BOOL(&aArg));
     case VT_DISPATCH:
-        return "DISP " + nameOf(V_DISPATCH(&aArg));
+        return "DISP " + aWorld.NameOf(V_DISPATCH(&aArg));
     case VT_ERROR:
         return V_ERROR(&aArg) == DISP_E_PARAMNOTFOUND ? "missing" : "ERROR";
     case VT_BYREF | VT_I4:
@@ -166,7 +159,7 @@ std::string describe(const VARIANT& aArg)
     case VT_BYREF | VT_DISPATCH:
         return *V_DISPATCHREF(&aArg) == nullptr ? "DISP& null" : "DISP& object";
     case VT_BYREF | VT_VARIANT:
-        return "VARIANT& " + describe(*V_VARIANTREF(&aArg));
+        return "VARIANT& " + describe(aWorld, *V_VARIANTREF(&aArg));
     default:
         break;
     }
@@ -175,6 +168,17 @@ std::string describe(const VARIANT& aArg)
         return describeArray(static_cast<VARTYPE>(type & VT_TYPEMASK), *V_ARRAYREF(&aArg));
     }
     return typeName(type);
+}
+
+//! Tells whether the arguments carry the names that a call of this kind must give them: the new
+//! value of a property its one, all others none.
+bool areNamesRight(WORD aFlags, const DISPPARAMS& aParams)
+{
+    if (aFlags != DISPATCH_PROPERTYPUT) {
+        return aParams.cNamedArgs == 0;
+    }
+    return aParams.cNamedArgs == 1 && aParams.rgdispidNamedArgs != nullptr &&
+           aParams.rgdispidNamedArgs[0] == DISPID_PROPERTYPUT;
 }
 
 } // namespace
@@ -462,6 +466,11 @@ Object& Object::Property(const wchar_t* aName, Handler aHandler)
     return SetMember(aName, DISPATCH_PROPERTYGET, std::move(aHandler));
 }
 
+Object& Object::Setter(DISPID aId, Handler aHandler)
+{
+    return SetMember(aId, std::to_string(aId), DISPATCH_PROPERTYPUT, std::move(aHandler));
+}
+
 Object& Object::FailName(const wchar_t* aName, HRESULT aCode)
 {
     mFailingNames[aName] = aCode;
@@ -579,8 +588,9 @@ HRESULT Object::Invoke(DISPID aId, REFIID aIid, LCID, WORD aFlags, DISPPARAMS* a
                        VARIANT* aResult, EXCEPINFO* aException, UINT*)
 {
     RequireAlive("Invoke");
-    if (!IsEqualIID(aIid, IID_NULL) || aParams == nullptr || aParams->cNamedArgs != 0) {
-        mWorld->Accuse(mName + ": a call passes IID_NULL and arguments without names");
+    if (!IsEqualIID(aIid, IID_NULL) || aParams == nullptr || !areNamesRight(aFlags, *aParams)) {
+        mWorld->Accuse(mName + ": a call passes IID_NULL and arguments without names, a property's "
+                               "new value apart");
         return E_INVALIDARG;
     }
     const auto found = mMembers.find(aId);
@@ -588,13 +598,15 @@ HRESULT Object::Invoke(DISPID aId, REFIID aIid, LCID, WORD aFlags, DISPPARAMS* a
     std::string call = mName + ".";
     if (aFlags == DISPATCH_PROPERTYGET) {
         call += "get ";
+    } else if (aFlags == DISPATCH_PROPERTYPUT) {
+        call += "put ";
     } else if (aFlags != DISPATCH_METHOD) {
         call += "flags " + std::to_string(aFlags) + " ";
     }
     call += found == mMembers.end() ? std::to_string(aId) : found->second.name;
     call += "(";
     for (std::size_t i = 0; i < args.Count(); ++i) {
-        call += (i > 0 ? ", " : "") + describe(args.At(i));
+        call += (i > 0 ? ", " : "") + describe(*mWorld, args.At(i));
     }
     mWorld->Note(call + ")");
     if (aResult != nullptr) {
@@ -650,6 +662,19 @@ long World::CountOf(const std::string& aPattern) const
         count += matches(aPattern, call) ? 1 : 0;
     }
     return count;
+}
+
+std::string World::NameOf(const IDispatch* aObject) const
+{
+    if (aObject == nullptr) {
+        return "null";
+    }
+    for (const std::unique_ptr<Object>& object : mObjects) {
+        if (object.get() == aObject) {
+            return object->Name();
+        }
+    }
+    return "stranger";
 }
 
 std::vector<std::string> World::HeldObjects() const

@@ -85,6 +85,8 @@ public:
     Object& Method(const wchar_t* aName, Handler aHandler);
     Object& Property(DISPID aId, Handler aHandler);
     Object& Property(const wchar_t* aName, Handler aHandler);
+    //! Scripts a property that can be set: its one argument is the new value.
+    Object& Setter(DISPID aId, Handler aHandler);
     //! Makes the look-up of a name fail.
     Object& FailName(const wchar_t* aName, HRESULT aCode);
     //! Makes QueryInterface answer an identifier, or fail with a code.
@@ -149,9 +151,12 @@ public:
     Object& Make(std::string aName);
 
     //! Gives what was asked, in order. A look-up reads "edge.Type?", a method
-    //! "edge.267(R8[]& null, R8[]& null)", a property read "edge.get 85()". Named members and
-    //! objects of this world stand with their names, arrays by reference with their content.
+    //! "edge.267(R8[]& null, R8[]& null)", a property read "edge.get 85()", a property set
+    //! "dim.put 4(BOOL -1)". Named members stand with their names, arrays by reference with their
+    //! content, objects with their names: "DISP edge", "DISP null".
     [[nodiscard]] const std::vector<std::string>& Calls() const { return mCalls; }
+    //! Gives what was asked last; empty when nothing was.
+    [[nodiscard]] std::string LastCall() const { return mCalls.empty() ? "" : mCalls.back(); }
     //! Gives how many entries are a call of a member of an object.
     [[nodiscard]] long CountOf(const std::string& aPattern) const;
     void Forget() { mCalls.clear(); }
@@ -166,6 +171,9 @@ public:
     [[nodiscard]] const std::vector<std::string>& Violations() const { return mViolations; }
     //! Gives the objects that others still hold.
     [[nodiscard]] std::vector<std::string> HeldObjects() const;
+
+    //! Gives the name of one of the objects, "null" for null.
+    [[nodiscard]] std::string NameOf(const IDispatch* aObject) const;
 
     void Note(std::string aCall) { mCalls.push_back(std::move(aCall)); }
     void Accuse(std::string aViolation) { mViolations.push_back(std::move(aViolation)); }
