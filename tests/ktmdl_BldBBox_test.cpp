@@ -605,6 +605,16 @@ TEST(ktmdl_BldBBox, FirstOccurrenceReplacesTheBox)
     expectBox(scene, assembly, kWithout, kBoxB);
 }
 
+TEST(ktmdl_BldBBox, UnionsHaveNoTolerance)
+{
+    Scene scene;
+    const Box farther = {-1 - 1e-9, -2 - 1e-9, -3 - 1e-9, 4 + 1e-9, 5 + 1e-9, 6 + 1e-9};
+    fake::Object& part = makePart(scene, "a", kBoxA, {&makeModel(scene, "constr", farther)});
+    expectBox(scene, part, kWith, farther);
+    fake::Object& other = makePart(scene, "b", farther);
+    expectBox(scene, makeAssembly(scene, "asm", {&part, &other}), kWithout, farther);
+}
+
 TEST(ktmdl_BldBBox, EmptyAssemblyIsTheDefaultBox)
 {
     Scene scene;
