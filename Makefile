@@ -5,7 +5,7 @@ TEST_PACKAGES := libgtest-dev googletest
 WINDOWS_PACKAGES := g++-mingw-w64-x86-64-posix wine64 wine
 SANITIZE_PACKAGES := clang libclang-rt-14-dev llvm-14
 
-.PHONY: help demo test windows-test sanitize clang-test format tidy clean
+.PHONY: help demo test windows-test sanitize clang-test coverage format tidy clean
 
 help:
 	@echo "make demo           build the demo and play one life of a part's references"
@@ -13,6 +13,7 @@ help:
 	@echo "make windows-test   build for Windows and run every test under Wine"
 	@echo "make sanitize       run every test under address, leak and undefined-behaviour sanitizers"
 	@echo "make clang-test     build with clang++ and run every test"
+	@echo "make coverage       tell which lines of ktstd and ktmdl the tests reach"
 	@echo "make format         check the layout of the sources"
 	@echo "make tidy           run clang-tidy over changed sources"
 	@echo "make clean          remove the build folder"
@@ -46,6 +47,17 @@ sanitize:
 	cmake --preset asan-ubsan
 	cmake --build --preset asan-ubsan
 	ctest --preset asan-ubsan --no-tests=error
+
+coverage:
+	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES) gcovr
+	cmake --preset coverage
+	cmake --build --preset coverage
+	find build/coverage -name '*.gcda' -delete
+	ctest --preset coverage --no-tests=error
+	gcovr --root . --filter ktstd/ --filter ktmdl/ --exclude-throw-branches --exclude-unreachable-branches \
+	    --print-summary --html-details build/coverage/index.html --json-summary build/coverage/summary.json \
+	    --txt build/coverage/coverage.txt build/coverage
+	@cat build/coverage/coverage.txt
 
 format:
 	@scripts/need.sh clang-format

@@ -205,7 +205,7 @@ std::string valueText(LONG aType, double aValue)
 {
     char text[400]; // the largest number has 309 digits
     if (aType == Dimension::igDimTypeAngular || aType == Dimension::igDimTypeArcAngle) {
-        // On purpose: an angle stands as it is stored, in radians. Nobody sees it.
+        // On purpose: an angle stands as it is stored, in radians; no result shows it.
         std::snprintf(text, sizeof text, "%3.lf deg", aValue);
     } else {
         std::snprintf(text, sizeof text, "%6.2lf mm", aValue * 1000.0);

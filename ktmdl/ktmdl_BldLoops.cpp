@@ -154,7 +154,7 @@ ktmdl_BldLoops::Tolerances ktmdl_BldLoops::chooseTolerances(long aShortestIdx, d
         mEdges->Prepend(edge);
     }
     // On purpose: with short edges below 1e-4 only, neither branch is ever taken; they stand for
-    // the day when that bound moves.
+    // the day when that bound moves; no result shows it.
     if (tolerances.point > 0.001) {
         tolerances.strict = false;
     } else if (tolerances.point > 0.0005) {

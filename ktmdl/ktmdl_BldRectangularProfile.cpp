@@ -193,7 +193,7 @@ ProfilePtr ktmdl_BldRectangularProfile::newProfile(const Document& aDocument)
             KTMDL_CHECK_POINTER(pSets, "pSketches");
         }
         // On purpose: both counts are read and not used.
-        // Pinned by the call sequences of a sketch and of a profile set.
+        // Pinned by PlainRectangleAsksWhatItNeedsInOrder.
         static_cast<void>(GetLong(pSets, SketchSet::Count));
         mSketchOrLayoutPtr = FetchObject(pSets, SketchSet::Add, DISPATCH_METHOD, {});
         KTMDL_CHECK_POINTER(mSketchOrLayoutPtr, "mSketchOrLayoutPtr");

@@ -106,7 +106,7 @@ long ktmdl_BldReference::CreateRef(const IDispatchPtr& aParent, IDispatchPtr& aR
             if (isTarget(pOccurrence)) {
                 if (mLevel != 1) {
                     // On purpose: the walk goes on, to meet the target again at the level asked
-                    // for. Pinned by ATargetMetAboveItsLevelCountsTheLevelDown.
+                    // for. Pinned by LevelIsLoweredAtEachPlaceOfTheTarget.
                     --mLevel;
                     continue;
                 }

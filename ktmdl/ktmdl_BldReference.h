@@ -18,9 +18,11 @@ public:
     //! @param aAssembly    top assembly; null: Compute does nothing
     //! @param aOccurrence  the occurrence to find
     //! @param aObject      what to refer to inside the occurrence; null: the occurrence itself
-    //! @param aLevel       how deep the occurrence stands: 1 for a child of the top assembly. Each
-    //!                     time the walk meets the occurrence at a higher level than asked for, it
-    //!                     counts this down.
+    //! @param aLevel       the level of the occurrence: 1 for a child of the top assembly. What it
+    //!                     does: with 1 the first place where the walk meets the occurrence counts;
+    //!                     above 1 a meeting lowers the level by 1 and is passed over. So an
+    //!                     occurrence that stands in one place only is found by the n-th Compute,
+    //!                     or by the first one when 1 is given.
     ktmdl_BldReference(const ktmdl_host::AssemblyDocumentPtr& aAssembly,
                        const ktmdl_host::OccurrencePtr& aOccurrence, const IDispatchPtr& aObject,
                        long aLevel);

@@ -1,1 +1,1 @@
-kt_test(layers_tests layers_Includes_test.cpp)
+kt_test(layers_tests layers_Behaviours_test.cpp layers_Includes_test.cpp)
