@@ -1,9 +1,9 @@
 #include "standin/Document.h"
 
 #include "standin/Call.h"
+#include "standin/DocumentObject.h"
 #include "standin/Host.h"
 #include "standin/Ids.h"
-#include "standin/Keys.h"
 
 #include <algorithm>
 #include <utility>
@@ -28,77 +28,37 @@ public:
     }
 };
 
-class PartDocument : public Object
+class PartDocument : public DocumentObject
 {
 public:
     PartDocument(std::shared_ptr<HostState> host, std::shared_ptr<OpenDocument> openDocument)
-        : Object(std::move(host), table()),
-          document(std::move(openDocument))
-    {
-        document->object = this;
-    }
-    ~PartDocument() override { document->object = nullptr; }
+        : DocumentObject(std::move(host), table(), std::move(openDocument))
+    {}
 
-    void fullName(Call& call) { call.answer(asText(document->fullName)); }
-    void name(Call& call) { call.answer(asText(document->name())); }
-    void type(Call& call) { call.answer(asLong(igPartDocument)); }
-    void parent(Call& call) { call.answer(asObject(applicationObject(hostState()))); }
     void models(Call& call)
     {
-        call.answer(asObject(objectFor(hostState(), document->part, {EntityKind::models, 0, 0})));
+        call.answer(asObject(objectFor(hostState(), part(), {EntityKind::models, 0, 0})));
     }
-    void bindKey(Call& call) { bind(call, 0); }
     void bindKeyEx(Call& call) { bind(call, 1); }
-    void close(Call& call)
-    {
-        (void)call;
-        closeDocument(host(), document);
-    }
 
     static const ClassInfo& table();
 
 protected:
-    [[nodiscard]] bool connected() const noexcept override { return document->open; }
-
-private:
-    //! @param key  the parameter that holds the key; the object goes into the one behind it
-    void bind(Call& call, std::size_t key);
-
-    std::shared_ptr<OpenDocument> document;
+    [[nodiscard]] const LivePartPtr& part() const { return opened()->part; }
+    [[nodiscard]] IDispatchPtr objectWithKey(const std::string& key) override
+    {
+        const std::optional<Entity> found = part()->content->find(key);
+        return found ? objectFor(hostState(), part(), *found) : IDispatchPtr();
+    }
 };
-
-void PartDocument::bind(Call& call, std::size_t key)
-{
-    const Bytes bytes = call.bytes(key);
-    if (bytes.empty()) {
-        failCall(E_INVALIDARG, "ReferenceKey is empty");
-    }
-    const std::optional<std::string> inner = innerKey(bytes);
-    const std::optional<Entity> found =
-        inner ? document->part->content->find(*inner) : std::nullopt;
-    if (!found && host().options.unboundKey == UnboundKey::failure) {
-        failCall(host().options.unboundCode, "no object of this document has the key");
-    }
-    call.put(key + 1,
-             asObject(found ? objectFor(hostState(), document->part, *found) : IDispatchPtr()));
-}
 
 const ClassInfo& PartDocument::table()
 {
     static const ClassInfo info{
-        "PartDocument",
-        &kIidPartDocument,
-        {
-            {9, "FullName", kGet, {}, handle<PartDocument, &PartDocument::fullName>},
-            {18, "Name", kGet, {}, handle<PartDocument, &PartDocument::name>},
-            {22, "Parent", kGet, {}, handle<PartDocument, &PartDocument::parent>},
-            {70, "Type", kGet, {}, handle<PartDocument, &PartDocument::type>},
+        "PartDocument", &kIidPartDocument,
+        withShared({
             {24681, "Models", kGet, {}, handle<PartDocument, &PartDocument::models>},
-            {24685,
-             "BindKeyToObject",
-             kMethod,
-             {{L"ReferenceKey", Shape::bytes}, {L"Object", Shape::objectOut}},
-             handle<PartDocument, &PartDocument::bindKey>},
+            bindKeyMember(24685),
             {24791,
              "BindKeyToObjectEx",
              kMethod,
@@ -106,8 +66,7 @@ const ClassInfo& PartDocument::table()
               {L"ReferenceKey", Shape::bytes},
               {L"Object", Shape::objectOut}},
              handle<PartDocument, &PartDocument::bindKeyEx>},
-            {kOwnNumbers + 2, "Close", kMethod, {}, handle<PartDocument, &PartDocument::close>},
-        }};
+        })};
     return info;
 }
 

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "standin/Ids.h"
 #include "standin/Part.h"
 
 #include <memory>
@@ -15,6 +16,7 @@ class OpenDocument
 {
 public:
     std::string fullName;
+    LONG type = igPartDocument; //!< as Type answers
     LivePartPtr part;
     bool open = true;
     Object* object = nullptr; //!< the automation object, while it lives
