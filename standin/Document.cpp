@@ -39,18 +39,30 @@ public:
     {
         call.answer(asObject(objectFor(hostState(), part(), {EntityKind::models, 0, 0})));
     }
+    void constructions(Call& call)
+    {
+        call.answer(asObject(newConstructions(hostState(), opened())));
+    }
     void bindKeyEx(Call& call) { bind(call, 1); }
 
     static const ClassInfo& table();
 
 protected:
     [[nodiscard]] const LivePartPtr& part() const { return opened()->part; }
-    [[nodiscard]] IDispatchPtr objectWithKey(const std::string& key) override
-    {
-        const std::optional<Entity> found = part()->content->find(key);
-        return found ? objectFor(hostState(), part(), *found) : IDispatchPtr();
-    }
+    [[nodiscard]] IDispatchPtr objectWithKey(const std::string& key) override;
 };
+
+IDispatchPtr PartDocument::objectWithKey(const std::string& key)
+{
+    std::vector<LivePartPtr> all{part()};
+    all.insert(all.end(), opened()->constructions.begin(), opened()->constructions.end());
+    for (const LivePartPtr& each : all) {
+        if (const std::optional<Entity> found = each->content->find(key)) {
+            return objectFor(hostState(), each, *found);
+        }
+    }
+    return IDispatchPtr();
+}
 
 const ClassInfo& PartDocument::table()
 {
@@ -59,6 +71,7 @@ const ClassInfo& PartDocument::table()
         withShared({
             {24681, "Models", kGet, {}, handle<PartDocument, &PartDocument::models>},
             bindKeyMember(24685),
+            {24686, "Constructions", kGet, {}, handle<PartDocument, &PartDocument::constructions>},
             {24791,
              "BindKeyToObjectEx",
              kMethod,
@@ -87,10 +100,18 @@ void OpenDocument::replace(std::shared_ptr<const PartContent> content)
     part->content = std::move(content);
 }
 
+void OpenDocument::disconnect()
+{
+    part->connected = false;
+    for (const LivePartPtr& construction : constructions) {
+        construction->connected = false;
+    }
+}
+
 void closeDocument(HostState& host, const std::shared_ptr<OpenDocument>& document)
 {
     document->open = false;
-    document->part->connected = false;
+    document->disconnect();
     // The document may be given by its place in the very list.
     const OpenDocument* const closed = document.get();
     host.documents.erase(

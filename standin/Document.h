@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace standin {
 
@@ -18,13 +19,17 @@ public:
     std::string fullName;
     LONG type = igPartDocument; //!< as Type answers
     LivePartPtr part;
+    std::vector<LivePartPtr> constructions; //!< of one body each
     bool open = true;
     Object* object = nullptr; //!< the automation object, while it lives
 
     //! Gives the name without folders.
     [[nodiscard]] std::string name() const;
     //! Puts another part in the old one's place and disconnects the old one's objects.
+    //! Constructions stay as they are.
     void replace(std::shared_ptr<const PartContent> content);
+    //! Disconnects everything inside.
+    void disconnect();
 };
 
 //! Closes a document and takes it out of the session's list.
@@ -33,6 +38,10 @@ void closeDocument(HostState& host, const std::shared_ptr<OpenDocument>& documen
 //! Gives the automation object of a document: the living one, or a new one.
 [[nodiscard]] IDispatchPtr documentObject(const std::shared_ptr<HostState>& host,
                                           const std::shared_ptr<OpenDocument>& document);
+
+//! Makes a Constructions collection.
+[[nodiscard]] IDispatchPtr newConstructions(const std::shared_ptr<HostState>& host,
+                                            const std::shared_ptr<OpenDocument>& document);
 
 //! Gives the application's automation object: the living one, or a new one.
 [[nodiscard]] IDispatchPtr applicationObject(const std::shared_ptr<HostState>& host);

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace standin {
@@ -23,6 +24,8 @@ struct HostState
     Journal journal;
     Census census;
     long lastObject = 0;
+    //! The living objects by the pointer that callers hold, so that arguments can be recognised.
+    std::unordered_map<const IDispatch*, Object*> alive;
     Object* application = nullptr; //!< while it lives
     std::vector<std::shared_ptr<OpenDocument>> documents;
     //! What has been opened under a full name, oldest first.

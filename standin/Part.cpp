@@ -24,6 +24,8 @@ IDispatchPtr makeObject(const std::shared_ptr<HostState>& host, const LivePartPt
         return newFace(host, part, entity, known);
     case EntityKind::edge:
         return newEdge(host, part, entity, known);
+    case EntityKind::feature:
+        return newFeature(host, part, entity, known);
     case EntityKind::surface:
         return newSurface(host, part, entity, known);
     case EntityKind::curve:
@@ -109,6 +111,13 @@ IDispatchPtr PartObject::twin()
 IDispatchPtr PartObject::objectOf(const Entity& other) const
 {
     return objectFor(hostState(), part, other);
+}
+
+const std::vector<FeatureSpec>& PartObject::features() const
+{
+    static const std::vector<FeatureSpec> none;
+    const auto found = part->features.find(subject.body);
+    return found == part->features.end() ? none : found->second;
 }
 
 void PartObject::referenceKey(Call& call)

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "standin/Content.h"
+#include "standin/DocumentData.h"
 #include "standin/Object.h"
 
 #include <map>
@@ -16,6 +17,9 @@ namespace standin {
 struct LivePart
 {
     std::shared_ptr<const PartContent> content;
+    bool construction = false; //!< one body beside the design bodies
+    bool visible = true;
+    std::map<std::size_t, std::vector<FeatureSpec>> features; //!< by the body's index
     bool connected = true;
     std::map<Entity, Object*> objects; //!< the living ones, so that asking twice gives the same
 };
@@ -38,6 +42,8 @@ protected:
     [[nodiscard]] bool connected() const noexcept override { return part->connected; }
     [[nodiscard]] const PartContent& content() const noexcept { return *part->content; }
     [[nodiscard]] const LivePartPtr& live() const noexcept { return part; }
+    //! Gives the features of the model that the object belongs to.
+    [[nodiscard]] const std::vector<FeatureSpec>& features() const;
     [[nodiscard]] const geom::Body& body() const { return content().bodies()[subject.body]; }
     //! Gives the object of something in the same part.
     [[nodiscard]] IDispatchPtr objectOf(const Entity& other) const;
@@ -68,6 +74,8 @@ private:
                                    const Entity& entity, bool known);
 [[nodiscard]] IDispatchPtr newEdge(const std::shared_ptr<HostState>& host, const LivePartPtr& part,
                                    const Entity& entity, bool known);
+[[nodiscard]] IDispatchPtr newFeature(const std::shared_ptr<HostState>& host,
+                                      const LivePartPtr& part, const Entity& entity, bool known);
 [[nodiscard]] IDispatchPtr newSurface(const std::shared_ptr<HostState>& host,
                                       const LivePartPtr& part, const Entity& entity, bool known);
 [[nodiscard]] IDispatchPtr newCurve(const std::shared_ptr<HostState>& host, const LivePartPtr& part,
@@ -79,6 +87,11 @@ private:
 //! Makes an Edges collection of some of a body's edges.
 [[nodiscard]] IDispatchPtr newEdges(const std::shared_ptr<HostState>& host, const LivePartPtr& part,
                                     std::size_t body, const std::vector<std::size_t>& edges);
+
+//! Makes a Features collection of the first features of a body's model.
+[[nodiscard]] IDispatchPtr newFeatures(const std::shared_ptr<HostState>& host,
+                                       const LivePartPtr& part, std::size_t body,
+                                       std::size_t count);
 
 //! Picks those of a body's faces that a selector asks for.
 //! @param selector  igQueryAll and so on

@@ -374,6 +374,9 @@ void handOver(Ready& ready)
         if (SUCCEEDED(toDouble(ready.variant, number))) {
             *V_R8REF(target) = number;
         }
+    } else if (type == (VT_BYREF | VT_BSTR)) {
+        *V_BSTRREF(target) = V_BSTR(&ready.variant);
+        V_VT(&ready.variant) = VT_EMPTY;
     } else if (type == (VT_BYREF | VT_DISPATCH)) {
         *V_DISPATCHREF(target) = V_DISPATCH(&ready.variant);
         V_VT(&ready.variant) = VT_EMPTY;

@@ -218,6 +218,35 @@ void Session::change(IDispatch* document, geom::Model model, const OpenOptions& 
     opened->replace(std::move(content));
 }
 
+LONG Session::addFeature(IDispatch* document, std::size_t model, const FeatureSpec& feature)
+{
+    LivePart& part = *findOpen(*state, document)->part;
+    if (model >= part.content->bodies().size()) {
+        throw HostError("add a feature: there is no model " + std::to_string(model));
+    }
+    part.features[model].push_back(feature);
+    return static_cast<LONG>(part.features[model].size());
+}
+
+LONG Session::addConstruction(IDispatch* document, ConstructionSpec construction)
+{
+    const std::shared_ptr<OpenDocument> opened = findOpen(*state, document);
+    std::vector<geom::Body> bodies;
+    bodies.push_back(std::move(construction.body));
+    // Equal bodies have different keys.
+    const PartDigest digest = mixed(digestOf(bodies), opened->constructions.size() + 1);
+    const auto content = std::make_shared<PartContent>(opened->name(), std::move(bodies), digest,
+                                                       std::vector<std::string>());
+    content->setKeys(freshKeys(*content));
+    auto part = std::make_shared<LivePart>();
+    part->content = content;
+    part->construction = true;
+    part->visible = construction.visible;
+    part->features[0] = std::move(construction.features);
+    opened->constructions.push_back(std::move(part));
+    return static_cast<LONG>(opened->constructions.size());
+}
+
 void Session::close(IDispatch* document)
 {
     closeDocument(*state, findOpen(*state, document));

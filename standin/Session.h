@@ -6,6 +6,7 @@
 
 #include "com/Com.h"
 #include "standin/Census.h"
+#include "standin/DocumentData.h"
 #include "standin/FaultPlan.h"
 #include "standin/HostError.h"
 #include "standin/Journal.h"
@@ -98,6 +99,16 @@ public:
     //! @throws HostError  the object is not an open document of this session; the model holds no
     //!                    part or several
     void change(IDispatch* document, geom::Model model, const OpenOptions& options = {});
+
+    //! Adds a feature to a model of a part. Features are gone when change() replaces the models.
+    //! @param model  0 for the first one
+    //! @return       its number in the model's features, from 1
+    //! @throws HostError  the object is not an open document of this session; it has no such model
+    LONG addFeature(IDispatch* document, std::size_t model, const FeatureSpec& feature);
+    //! Adds a construction to a part. Its faces and edges have keys, as those of the models have.
+    //! @return  its number in the constructions, from 1
+    //! @throws HostError  the object is not an open document of this session
+    LONG addConstruction(IDispatch* document, ConstructionSpec construction);
 
     //! Closes a document, as its own Close does.
     //! @throws HostError  the object is not an open document of this session

@@ -2,6 +2,7 @@ kt_test(standin_tests
   standin_Arguments_test.cpp
   standin_Build_test.cpp
   standin_Census_test.cpp
+  standin_Constructions_test.cpp
   standin_Document_test.cpp
   standin_Edge_test.cpp
   standin_Face_test.cpp
