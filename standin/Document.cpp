@@ -100,9 +100,15 @@ void OpenDocument::replace(std::shared_ptr<const PartContent> content)
     part->content = std::move(content);
 }
 
-void OpenDocument::disconnect()
+void OpenDocument::disconnect() noexcept
 {
-    part->connected = false;
+    open = false;
+    if (part) {
+        part->connected = false;
+    }
+    if (assembly) {
+        assembly->connected = false;
+    }
     for (const LivePartPtr& construction : constructions) {
         construction->connected = false;
     }
@@ -110,21 +116,33 @@ void OpenDocument::disconnect()
 
 void closeDocument(HostState& host, const std::shared_ptr<OpenDocument>& document)
 {
-    document->open = false;
-    document->disconnect();
     // The document may be given by its place in the very list.
-    const OpenDocument* const closed = document.get();
-    host.documents.erase(
-        std::remove_if(host.documents.begin(), host.documents.end(),
-                       [closed](const auto& each) { return each.get() == closed; }),
-        host.documents.end());
+    const std::shared_ptr<OpenDocument> closed = document;
+    closed->openedItself = false;
+    if (closed->uses > 0) {
+        return;
+    }
+    closed->disconnect();
+    host.documents.erase(std::remove(host.documents.begin(), host.documents.end(), closed),
+                         host.documents.end());
+    if (!closed->assembly) {
+        return;
+    }
+    for (const PlacedDocument& placed : closed->assembly->placed) {
+        if (--placed.document->uses == 0 && !placed.document->openedItself) {
+            closeDocument(host, placed.document);
+        }
+    }
 }
 
 IDispatchPtr documentObject(const std::shared_ptr<HostState>& host,
                             const std::shared_ptr<OpenDocument>& document)
 {
-    return document->object != nullptr ? owned(document->object)
-                                       : owned(new PartDocument(host, document));
+    if (document->object != nullptr) {
+        return owned(document->object);
+    }
+    return document->isAssembly() ? newAssemblyDocument(host, document)
+                                  : owned(new PartDocument(host, document));
 }
 
 IDispatchPtr applicationObject(const std::shared_ptr<HostState>& host)

@@ -36,6 +36,7 @@ public:
     ~PartObject() override;
 
     [[nodiscard]] const Entity& entity() const noexcept { return subject; }
+    [[nodiscard]] bool standsIn(const OpenDocument& document) const noexcept override;
     IDispatchPtr twin() override;
 
 protected:
@@ -101,11 +102,5 @@ selectFaces(const geom::Body& body, const std::vector<std::size_t>& faces, LONG 
 //! Picks those of a body's edges that a selector asks for, as selectFaces.
 [[nodiscard]] std::vector<std::size_t>
 selectEdges(const geom::Body& body, const std::vector<std::size_t>& edges, LONG selector);
-
-//! Takes a new object into a smart pointer without asking it for an interface.
-[[nodiscard]] inline IDispatchPtr owned(Object* object)
-{
-    return IDispatchPtr(static_cast<IDispatch*>(object));
-}
 
 } // namespace standin
