@@ -2,6 +2,7 @@
 
 #include "standin/Call.h"
 #include "standin/DocumentObject.h"
+#include "standin/DrawingObject.h"
 #include "standin/Host.h"
 #include "standin/Ids.h"
 
@@ -43,6 +44,11 @@ public:
     {
         call.answer(asObject(newConstructions(hostState(), opened())));
     }
+    template <IDispatchPtr (*make)(const std::shared_ptr<HostState>&, const DrawingPtr&)>
+    void drawn(Call& call)
+    {
+        call.answer(asObject(make(hostState(), opened()->drawing)));
+    }
     void bindKeyEx(Call& call) { bind(call, 1); }
 
     static const ClassInfo& table();
@@ -69,6 +75,18 @@ const ClassInfo& PartDocument::table()
     static const ClassInfo info{
         "PartDocument", &kIidPartDocument,
         withShared({
+            {8193, "Variables", kGet, {}, handle<PartDocument, &PartDocument::drawn<newVariables>>},
+            {24677,
+             "RefPlanes",
+             kGet,
+             {},
+             handle<PartDocument, &PartDocument::drawn<newRefPlanes>>},
+            // The host has no member at this number; callers that take it for RefPlanes get these.
+            {24578,
+             "RefPlanes",
+             kGet,
+             {},
+             handle<PartDocument, &PartDocument::drawn<newRefPlanes>>},
             {24681, "Models", kGet, {}, handle<PartDocument, &PartDocument::models>},
             bindKeyMember(24685),
             {24686, "Constructions", kGet, {}, handle<PartDocument, &PartDocument::constructions>},
@@ -103,6 +121,7 @@ void OpenDocument::replace(std::shared_ptr<const PartContent> content)
 void OpenDocument::disconnect()
 {
     part->connected = false;
+    drawing->connected = false;
     for (const LivePartPtr& construction : constructions) {
         construction->connected = false;
     }

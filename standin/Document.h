@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "standin/Drawing.h"
 #include "standin/Ids.h"
 #include "standin/Part.h"
 
@@ -20,6 +21,7 @@ public:
     LONG type = igPartDocument; //!< as Type answers
     LivePartPtr part;
     std::vector<LivePartPtr> constructions; //!< of one body each
+    DrawingPtr drawing = std::make_shared<Drawing>();
     bool open = true;
     Object* object = nullptr; //!< the automation object, while it lives
 

@@ -60,4 +60,10 @@ private:
     long serial = 0;
 };
 
+//! Takes a new object into a smart pointer without asking it for an interface.
+[[nodiscard]] inline IDispatchPtr owned(Object* object)
+{
+    return IDispatchPtr(static_cast<IDispatch*>(object));
+}
+
 } // namespace standin

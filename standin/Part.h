@@ -102,10 +102,4 @@ selectFaces(const geom::Body& body, const std::vector<std::size_t>& faces, LONG 
 [[nodiscard]] std::vector<std::size_t>
 selectEdges(const geom::Body& body, const std::vector<std::size_t>& edges, LONG selector);
 
-//! Takes a new object into a smart pointer without asking it for an interface.
-[[nodiscard]] inline IDispatchPtr owned(Object* object)
-{
-    return IDispatchPtr(static_cast<IDispatch*>(object));
-}
-
 } // namespace standin

@@ -6,8 +6,10 @@
 #include "standin/step/StepFile.h"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <utility>
 
 namespace standin {
@@ -130,6 +132,13 @@ std::shared_ptr<OpenDocument> findOpen(const HostState& host, IDispatch* object)
     throw HostError("the object is not an open document of this session");
 }
 
+void requireFinite(const char* what, double value)
+{
+    if (!std::isfinite(value)) {
+        throw HostError(std::string("add a ") + what + ": its value is not finite");
+    }
+}
+
 //! Gives names to the parts of a file with several.
 std::string nameOfPart(const std::string& path, const std::string& product, const HostState& host)
 {
@@ -245,6 +254,39 @@ LONG Session::addConstruction(IDispatch* document, ConstructionSpec construction
     part->features[0] = std::move(construction.features);
     opened->constructions.push_back(std::move(part));
     return static_cast<LONG>(opened->constructions.size());
+}
+
+LONG Session::addVariable(IDispatch* document, const VariableSpec& variable)
+{
+    Drawing& drawing = *findOpen(*state, document)->drawing;
+    requireFinite("variable", variable.value);
+    drawing.add(variable);
+    return static_cast<LONG>(drawing.table.size());
+}
+
+LONG Session::addDimension(IDispatch* document, const DimensionSpec& dimension)
+{
+    Drawing& drawing = *findOpen(*state, document)->drawing;
+    requireFinite("dimension", dimension.value);
+    DrawnDimension drawn;
+    drawn.data = dimension;
+    drawing.add(std::move(drawn));
+    return static_cast<LONG>(drawing.table.size());
+}
+
+LONG Session::addRefPlane(IDispatch* document, const RefPlaneSpec& plane)
+{
+    Drawing& drawing = *findOpen(*state, document)->drawing;
+    try {
+        return static_cast<LONG>(drawing.add(plane)) + 1;
+    } catch (const std::invalid_argument& reason) {
+        throw HostError(std::string("add a reference plane: ") + reason.what());
+    }
+}
+
+std::vector<ProfileView> Session::profiles(IDispatch* document) const
+{
+    return findOpen(*state, document)->drawing->views();
 }
 
 void Session::close(IDispatch* document)
