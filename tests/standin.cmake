@@ -15,6 +15,8 @@ kt_test(standin_tests
   standin_Members_test.cpp
   standin_Object_test.cpp
   standin_Parts_test.cpp
+  standin_RefPlanes_test.cpp
   standin_Reference_test.cpp
   standin_Session_test.cpp
+  standin_Variables_test.cpp
   LINK ktstandin)

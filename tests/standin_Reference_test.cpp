@@ -75,6 +75,21 @@ TEST_F(standin_Reference, HandsOutTheVeryObject)
     EXPECT_EQ(need(get(reference, 7)).GetInterfacePtr(), base.GetInterfacePtr());
 }
 
+TEST_F(standin_Reference, TakesReferencePlanesOfTheOccurrencesDocument)
+{
+    const auto planeOf = [](const IDispatchPtr& document, DISPID planes) {
+        return item(need(get(document, planes)), 2);
+    };
+    const IDispatchPtr ofPart = planeOf(documentOf(base), 0x6065);
+    const IDispatchPtr reference = need(createReference(vice, base, ofPart));
+    EXPECT_EQ(need(get(reference, 4)).GetInterfacePtr(), ofPart.GetInterfacePtr());
+    const IDispatchPtr ofClamp = planeOf(clamp, 0x6002);
+    EXPECT_EQ(need(get(need(createReference(vice, front, ofClamp)), 4)).GetInterfacePtr(),
+              ofClamp.GetInterfacePtr());
+    EXPECT_EQ(createReference(vice, base, ofClamp).failure(), E_INVALIDARG);
+    EXPECT_EQ(createReference(vice, front, planeOf(vice, 0x6002)).failure(), E_INVALIDARG);
+}
+
 TEST_F(standin_Reference, KeepsItsObject)
 {
     IDispatchPtr plane = faceOf(documentOf(base), 6);
