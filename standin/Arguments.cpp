@@ -82,6 +82,17 @@ HRESULT convert(const VARIANT& value, VARTYPE type, Read read) noexcept
     return result == DISP_E_BADVARTYPE ? DISP_E_TYPEMISMATCH : result;
 }
 
+//! Texts are not made from numbers.
+HRESULT toText(const VARIANT& value, BSTR& text) noexcept
+{
+    const VARTYPE type = V_VT(&value);
+    if (type != VT_BSTR && (type != (VT_BYREF | VT_BSTR) || V_BSTRREF(&value) == nullptr)) {
+        return DISP_E_TYPEMISMATCH;
+    }
+    text = type == VT_BSTR ? V_BSTR(&value) : *V_BSTRREF(&value);
+    return S_OK;
+}
+
 const char* elementName(VARTYPE type)
 {
     switch (type) {
@@ -151,6 +162,17 @@ HRESULT toDouble(const VARIANT& value, double& number) noexcept
     return convert(value, VT_R8, [&number](const VARIANT& v) { number = V_R8(&v); });
 }
 
+HRESULT toObject(const VARIANT& value, IDispatch*& object) noexcept
+{
+    const VARTYPE type = V_VT(&value);
+    if (type != VT_DISPATCH &&
+        (type != (VT_BYREF | VT_DISPATCH) || V_DISPATCHREF(&value) == nullptr)) {
+        return DISP_E_TYPEMISMATCH;
+    }
+    object = type == VT_DISPATCH ? V_DISPATCH(&value) : *V_DISPATCHREF(&value);
+    return S_OK;
+}
+
 std::string describe(const VARIANT& value)
 {
     if (V_ISARRAY(&value)) {
@@ -188,7 +210,7 @@ Arguments::Arguments(const Member& member, const DISPPARAMS* params)
     : slots(member.parameters.size())
 {
     if (params != nullptr) {
-        assign(params);
+        assign(member, params);
     }
     for (std::size_t i = 0; i < slots.size(); ++i) {
         const Parameter& parameter = member.parameters[i];
@@ -206,7 +228,18 @@ Arguments::Arguments(const Member& member, const DISPPARAMS* params)
     }
 }
 
-void Arguments::assign(const DISPPARAMS* params)
+std::size_t Arguments::parameterNamed(const Member& member, DISPID name) const noexcept
+{
+    const bool put = (member.kinds & kPut) != 0;
+    if (name == DISPID_PROPERTYPUT) {
+        return put ? slots.size() - 1 : slots.size();
+    }
+    const std::size_t nameable = put ? slots.size() - 1 : slots.size();
+    return name >= 0 && static_cast<std::size_t>(name) < nameable ? static_cast<std::size_t>(name)
+                                                                  : slots.size();
+}
+
+void Arguments::assign(const Member& member, const DISPPARAMS* params)
 {
     if (params->cArgs > slots.size()) {
         reject(DISP_E_BADPARAMCOUNT);
@@ -223,13 +256,17 @@ void Arguments::assign(const DISPPARAMS* params)
     for (UINT i = params->cNamedArgs; i < params->cArgs; ++i) {
         slots[params->cArgs - 1 - i].raw = &params->rgvarg[i];
     }
+    bool newValueIsNamed = false;
     for (UINT i = 0; i < params->cNamedArgs; ++i) {
-        const DISPID id = params->rgdispidNamedArgs[i];
-        const bool known = id >= 0 && static_cast<std::size_t>(id) < slots.size();
-        if (!known || slots[static_cast<std::size_t>(id)].raw != nullptr) {
+        const std::size_t place = parameterNamed(member, params->rgdispidNamedArgs[i]);
+        if (place == slots.size() || slots[place].raw != nullptr) {
             reject(DISP_E_PARAMNOTFOUND, unknownName(i));
         }
-        slots[static_cast<std::size_t>(id)].raw = &params->rgvarg[i];
+        slots[place].raw = &params->rgvarg[i];
+        newValueIsNamed = newValueIsNamed || params->rgdispidNamedArgs[i] == DISPID_PROPERTYPUT;
+    }
+    if ((member.kinds & kPut) != 0 && !newValueIsNamed && slots.back().raw != nullptr) {
+        reject(DISP_E_PARAMNOTFOUND, static_cast<int>(slots.size()) - 1);
     }
 }
 
@@ -252,11 +289,21 @@ void Arguments::check(const Parameter& parameter, Slot& slot, int index) const
         break;
     case Shape::variantIn:
         break;
+    case Shape::textIn:
+        result = toText(*slot.value, slot.text);
+        break;
+    case Shape::objectIn:
+        result = toObject(*slot.value, slot.object);
+        result = SUCCEEDED(result) && slot.object == nullptr ? E_POINTER : result;
+        break;
     case Shape::longOut:
         requireReference(value, type == (VT_BYREF | VT_I4), index);
         break;
     case Shape::doubleOut:
         requireReference(value, type == (VT_BYREF | VT_R8), index);
+        break;
+    case Shape::textOut:
+        requireReference(value, type == (VT_BYREF | VT_BSTR), index);
         break;
     case Shape::objectOut:
         requireReference(value, type == (VT_BYREF | VT_DISPATCH), index);
@@ -274,10 +321,19 @@ void Arguments::check(const Parameter& parameter, Slot& slot, int index) const
     case Shape::longs:
         requireArray(value, VT_I4, index);
         break;
+    case Shape::objects:
+        requireArray(value, VT_DISPATCH, index);
+        break;
     }
     if (FAILED(result)) {
         reject(result, index);
     }
+}
+
+std::string Arguments::textOf(std::size_t parameter) const
+{
+    const BSTR text = slots[parameter].text;
+    return text == nullptr ? std::string() : com::toUtf8(text, SysStringLen(text));
 }
 
 UINT Arguments::position(const DISPPARAMS* params, int parameter) noexcept

@@ -26,6 +26,7 @@ class Arguments
 public:
     //! Assigns arguments to parameters and checks count, names and types.
     //! @param params  null counts as no arguments
+    //! The new value of a property that is set must come as the argument named DISPID_PROPERTYPUT.
     //! @throws CallFailure  DISP_E_BADPARAMCOUNT, DISP_E_PARAMNOTFOUND, DISP_E_PARAMNOTOPTIONAL,
     //!                      DISP_E_TYPEMISMATCH, DISP_E_OVERFLOW, E_POINTER
     Arguments(const Member& member, const DISPPARAMS* params);
@@ -37,6 +38,10 @@ public:
     [[nodiscard]] LONG integer(std::size_t parameter) const { return slots[parameter].integer; }
     [[nodiscard]] double real(std::size_t parameter) const { return slots[parameter].real; }
     [[nodiscard]] bool flag(std::size_t parameter) const { return slots[parameter].integer != 0; }
+    //! Gives a text as UTF-8.
+    [[nodiscard]] std::string textOf(std::size_t parameter) const;
+    //! Gives an object, borrowed.
+    [[nodiscard]] IDispatch* object(std::size_t parameter) const { return slots[parameter].object; }
     //! Gives the variant behind a by-value argument.
     [[nodiscard]] const VARIANT& variant(std::size_t parameter) const
     {
@@ -56,9 +61,14 @@ private:
         bool given = false;
         LONG integer = 0;
         double real = 0.0;
+        BSTR text = nullptr;         //!< the caller's
+        IDispatch* object = nullptr; //!< the caller's
     };
 
-    void assign(const DISPPARAMS* params);
+    void assign(const Member& member, const DISPPARAMS* params);
+    //! Gives the parameter that a named argument is for, the count of parameters when none has the
+    //! name.
+    [[nodiscard]] std::size_t parameterNamed(const Member& member, DISPID name) const noexcept;
     void check(const Parameter& parameter, Slot& slot, int index) const;
 
     std::vector<Slot> slots;
@@ -70,6 +80,11 @@ private:
 //! Converts a number of whatever type.
 //! @return S_OK, DISP_E_TYPEMISMATCH when it is no number
 [[nodiscard]] HRESULT toDouble(const VARIANT& value, double& number) noexcept;
+
+//! Takes the object out of a value: VT_DISPATCH, also by reference, which may be null.
+//! @param object  borrowed
+//! @return S_OK, DISP_E_TYPEMISMATCH for all else
+[[nodiscard]] HRESULT toObject(const VARIANT& value, IDispatch*& object) noexcept;
 
 //! Writes an argument or a result for the journal: 3, 0.05, "text", double[3]&, missing.
 [[nodiscard]] std::string describe(const VARIANT& value);

@@ -55,13 +55,22 @@ double Call::real(std::size_t parameter) const
     return value;
 }
 
-std::size_t Call::index(std::size_t parameter, std::size_t count) const
+LONG Call::variantNumber(std::size_t parameter, LONG otherwise) const
 {
+    if (!given_.given(parameter)) {
+        return otherwise;
+    }
     LONG number = 0;
     const HRESULT result = toLong(given_.variant(parameter), number);
     if (FAILED(result)) {
         throw CallFailure{result, std::string(), static_cast<int>(parameter)};
     }
+    return number;
+}
+
+std::size_t Call::index(std::size_t parameter, std::size_t count) const
+{
+    const LONG number = variantNumber(parameter, 0);
     if (number < 1 || static_cast<std::size_t>(number) > count) {
         throw CallFailure{DISP_E_BADINDEX, std::string(), static_cast<int>(parameter)};
     }

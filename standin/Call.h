@@ -20,6 +20,22 @@ public:
     [[nodiscard]] bool given(std::size_t parameter) const { return given_.given(parameter); }
     [[nodiscard]] LONG integer(std::size_t parameter) const { return given_.integer(parameter); }
     [[nodiscard]] bool flag(std::size_t parameter) const { return given_.flag(parameter); }
+    //! Gives a text as UTF-8.
+    [[nodiscard]] std::string text(std::size_t parameter) const { return given_.textOf(parameter); }
+    //! Gives an object of the caller, borrowed; whose it is, is not known.
+    [[nodiscard]] IDispatch* object(std::size_t parameter) const
+    {
+        return given_.object(parameter);
+    }
+    //! Gives the number or Boolean inside an optional VARIANT.
+    //! @param otherwise  when it was left out
+    //! @throws CallFailure  DISP_E_TYPEMISMATCH, DISP_E_OVERFLOW
+    [[nodiscard]] LONG variantNumber(std::size_t parameter, LONG otherwise) const;
+    //! Gives what a by-value argument holds.
+    [[nodiscard]] const VARIANT& variant(std::size_t parameter) const
+    {
+        return given_.variant(parameter);
+    }
     //! Gives a number.
     //! @throws CallFailure  E_INVALIDARG when it is not finite
     [[nodiscard]] double real(std::size_t parameter) const;

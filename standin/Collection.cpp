@@ -2,6 +2,7 @@
 #include "standin/Ids.h"
 #include "standin/Part.h"
 
+#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -68,6 +69,12 @@ IDispatchPtr newList(const std::shared_ptr<HostState>& host, const LivePartPtr& 
     return owned(new Collection(host, info, part, {kind, body, 0}, false, std::move(items)));
 }
 
+const ClassInfo& featuresInfo()
+{
+    static const ClassInfo info{"Features", &kIidFeatures, membersWithCount(5)};
+    return info;
+}
+
 } // namespace
 
 IDispatchPtr newModels(const std::shared_ptr<HostState>& host, const LivePartPtr& part,
@@ -84,6 +91,14 @@ IDispatchPtr newFaces(const std::shared_ptr<HostState>& host, const LivePartPtr&
                       std::size_t body, const std::vector<std::size_t>& faces)
 {
     return newList(host, part, facesInfo(), EntityKind::face, body, faces);
+}
+
+IDispatchPtr newFeatures(const std::shared_ptr<HostState>& host, const LivePartPtr& part,
+                         std::size_t body, std::size_t count)
+{
+    std::vector<std::size_t> all(count);
+    std::iota(all.begin(), all.end(), std::size_t{0});
+    return newList(host, part, featuresInfo(), EntityKind::feature, body, all);
 }
 
 IDispatchPtr newEdges(const std::shared_ptr<HostState>& host, const LivePartPtr& part,

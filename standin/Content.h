@@ -24,11 +24,12 @@ enum class EntityKind : unsigned char
     body,
     face,
     edge,
+    feature, //!< of a model, index: its place among the model's features
     surface, //!< the geometry of a face
     curve    //!< the geometry of an edge
 };
 
-//! One thing in a part: a body by its index, a face or an edge by its body's index and its own.
+//! One thing in a part: a body by its index, what belongs to a body by that index and its own.
 struct Entity
 {
     EntityKind kind{};

@@ -1,9 +1,10 @@
 #include "standin/Document.h"
 
 #include "standin/Call.h"
+#include "standin/DocumentObject.h"
+#include "standin/DrawingObject.h"
 #include "standin/Host.h"
 #include "standin/Ids.h"
-#include "standin/Keys.h"
 
 #include <algorithm>
 #include <utility>
@@ -28,77 +29,66 @@ public:
     }
 };
 
-class PartDocument : public Object
+class PartDocument : public DocumentObject
 {
 public:
     PartDocument(std::shared_ptr<HostState> host, std::shared_ptr<OpenDocument> openDocument)
-        : Object(std::move(host), table()),
-          document(std::move(openDocument))
-    {
-        document->object = this;
-    }
-    ~PartDocument() override { document->object = nullptr; }
+        : DocumentObject(std::move(host), table(), std::move(openDocument))
+    {}
 
-    void fullName(Call& call) { call.answer(asText(document->fullName)); }
-    void name(Call& call) { call.answer(asText(document->name())); }
-    void type(Call& call) { call.answer(asLong(igPartDocument)); }
-    void parent(Call& call) { call.answer(asObject(applicationObject(hostState()))); }
     void models(Call& call)
     {
-        call.answer(asObject(objectFor(hostState(), document->part, {EntityKind::models, 0, 0})));
+        call.answer(asObject(objectFor(hostState(), part(), {EntityKind::models, 0, 0})));
     }
-    void bindKey(Call& call) { bind(call, 0); }
-    void bindKeyEx(Call& call) { bind(call, 1); }
-    void close(Call& call)
+    void constructions(Call& call)
     {
-        (void)call;
-        closeDocument(host(), document);
+        call.answer(asObject(newConstructions(hostState(), opened())));
     }
+    void bindKeyEx(Call& call) { bind(call, 1); }
 
     static const ClassInfo& table();
 
 protected:
-    [[nodiscard]] bool connected() const noexcept override { return document->open; }
-
-private:
-    //! @param key  the parameter that holds the key; the object goes into the one behind it
-    void bind(Call& call, std::size_t key);
-
-    std::shared_ptr<OpenDocument> document;
+    [[nodiscard]] const LivePartPtr& part() const { return opened()->part; }
+    [[nodiscard]] IDispatchPtr objectWithKey(const std::string& key) override;
 };
 
-void PartDocument::bind(Call& call, std::size_t key)
+IDispatchPtr PartDocument::objectWithKey(const std::string& key)
 {
-    const Bytes bytes = call.bytes(key);
-    if (bytes.empty()) {
-        failCall(E_INVALIDARG, "ReferenceKey is empty");
+    std::vector<LivePartPtr> all{part()};
+    all.insert(all.end(), opened()->constructions.begin(), opened()->constructions.end());
+    for (const LivePartPtr& each : all) {
+        if (const std::optional<Entity> found = each->content->find(key)) {
+            return objectFor(hostState(), each, *found);
+        }
     }
-    const std::optional<std::string> inner = innerKey(bytes);
-    const std::optional<Entity> found =
-        inner ? document->part->content->find(*inner) : std::nullopt;
-    if (!found && host().options.unboundKey == UnboundKey::failure) {
-        failCall(host().options.unboundCode, "no object of this document has the key");
-    }
-    call.put(key + 1,
-             asObject(found ? objectFor(hostState(), document->part, *found) : IDispatchPtr()));
+    return IDispatchPtr();
 }
 
 const ClassInfo& PartDocument::table()
 {
     static const ClassInfo info{
-        "PartDocument",
-        &kIidPartDocument,
-        {
-            {9, "FullName", kGet, {}, handle<PartDocument, &PartDocument::fullName>},
-            {18, "Name", kGet, {}, handle<PartDocument, &PartDocument::name>},
-            {22, "Parent", kGet, {}, handle<PartDocument, &PartDocument::parent>},
-            {70, "Type", kGet, {}, handle<PartDocument, &PartDocument::type>},
+        "PartDocument", &kIidPartDocument,
+        withShared({
+            {8193,
+             "Variables",
+             kGet,
+             {},
+             handle<DocumentObject, &DocumentObject::drawn<newVariables>>},
+            {24677,
+             "RefPlanes",
+             kGet,
+             {},
+             handle<DocumentObject, &DocumentObject::drawn<newRefPlanes>>},
+            // The host has no member at this number; callers that take it for RefPlanes get these.
+            {24578,
+             "RefPlanes",
+             kGet,
+             {},
+             handle<DocumentObject, &DocumentObject::drawn<newRefPlanes>>},
             {24681, "Models", kGet, {}, handle<PartDocument, &PartDocument::models>},
-            {24685,
-             "BindKeyToObject",
-             kMethod,
-             {{L"ReferenceKey", Shape::bytes}, {L"Object", Shape::objectOut}},
-             handle<PartDocument, &PartDocument::bindKey>},
+            bindKeyMember(24685),
+            {24686, "Constructions", kGet, {}, handle<PartDocument, &PartDocument::constructions>},
             {24791,
              "BindKeyToObjectEx",
              kMethod,
@@ -106,8 +96,7 @@ const ClassInfo& PartDocument::table()
               {L"ReferenceKey", Shape::bytes},
               {L"Object", Shape::objectOut}},
              handle<PartDocument, &PartDocument::bindKeyEx>},
-            {kOwnNumbers + 2, "Close", kMethod, {}, handle<PartDocument, &PartDocument::close>},
-        }};
+        })};
     return info;
 }
 
@@ -128,23 +117,50 @@ void OpenDocument::replace(std::shared_ptr<const PartContent> content)
     part->content = std::move(content);
 }
 
+void OpenDocument::disconnect() noexcept
+{
+    open = false;
+    if (part) {
+        part->connected = false;
+    }
+    drawing->connected = false;
+    if (assembly) {
+        assembly->connected = false;
+    }
+    for (const LivePartPtr& construction : constructions) {
+        construction->connected = false;
+    }
+}
+
 void closeDocument(HostState& host, const std::shared_ptr<OpenDocument>& document)
 {
-    document->open = false;
-    document->part->connected = false;
     // The document may be given by its place in the very list.
-    const OpenDocument* const closed = document.get();
-    host.documents.erase(
-        std::remove_if(host.documents.begin(), host.documents.end(),
-                       [closed](const auto& each) { return each.get() == closed; }),
-        host.documents.end());
+    const std::shared_ptr<OpenDocument> closed = document;
+    closed->openedItself = false;
+    if (closed->uses > 0) {
+        return;
+    }
+    closed->disconnect();
+    host.documents.erase(std::remove(host.documents.begin(), host.documents.end(), closed),
+                         host.documents.end());
+    if (!closed->assembly) {
+        return;
+    }
+    for (const PlacedDocument& placed : closed->assembly->placed) {
+        if (--placed.document->uses == 0 && !placed.document->openedItself) {
+            closeDocument(host, placed.document);
+        }
+    }
 }
 
 IDispatchPtr documentObject(const std::shared_ptr<HostState>& host,
                             const std::shared_ptr<OpenDocument>& document)
 {
-    return document->object != nullptr ? owned(document->object)
-                                       : owned(new PartDocument(host, document));
+    if (document->object != nullptr) {
+        return owned(document->object);
+    }
+    return document->isAssembly() ? newAssemblyDocument(host, document)
+                                  : owned(new PartDocument(host, document));
 }
 
 IDispatchPtr applicationObject(const std::shared_ptr<HostState>& host)

@@ -21,13 +21,17 @@ enum class Shape
     doubleIn,   //!< a number
     boolIn,     //!< VT_BOOL, or a number: not zero is true
     variantIn,  //!< anything
+    textIn,     //!< VT_BSTR; a null one is empty
+    objectIn,   //!< VT_DISPATCH, not null
     longOut,    //!< VT_BYREF | VT_I4
     doubleOut,  //!< VT_BYREF | VT_R8
+    textOut,    //!< VT_BYREF | VT_BSTR; what stood there before is not freed
     objectOut,  //!< VT_BYREF | VT_DISPATCH; what stood there before is not released
     variantOut, //!< VT_BYREF | VT_VARIANT, or VT_BYREF | VT_I4 for a number
     bytes,      //!< VT_BYREF | VT_ARRAY | VT_UI1, one-dimensional, in and out
     doubles,    //!< VT_BYREF | VT_ARRAY | VT_R8, one-dimensional, in and out
     longs,      //!< VT_BYREF | VT_ARRAY | VT_I4, one-dimensional, in and out
+    objects,    //!< VT_BYREF | VT_ARRAY | VT_DISPATCH, one-dimensional, in and out
 };
 
 struct Parameter
@@ -43,7 +47,10 @@ using Handler = void (*)(Object& object, Call& call);
 //! Ways to call a member, as Invoke's flags have them.
 constexpr WORD kMethod = DISPATCH_METHOD;
 constexpr WORD kGet = DISPATCH_PROPERTYGET;
+constexpr WORD kPut = DISPATCH_PROPERTYPUT;
 
+//! One way to call a member. A property that can be set has a row of its own for that, behind the
+//! one for reading; the row's last parameter is the new value.
 struct Member
 {
     DISPID id;
@@ -60,7 +67,9 @@ struct ClassInfo
     const IID* iid; //!< null: none of its own
     std::vector<Member> members;
 
-    [[nodiscard]] const Member* find(DISPID id) const noexcept;
+    //! Finds the row of a member that answers a call of these kinds, the member's first row when
+    //! none does.
+    [[nodiscard]] const Member* find(DISPID id, WORD kinds) const noexcept;
     //! Finds a member by its name, letters of either case.
     [[nodiscard]] const Member* find(const wchar_t* memberName) const noexcept;
 };

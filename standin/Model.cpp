@@ -32,17 +32,80 @@ public:
         call.answer(asObject(objectOf({EntityKind::body, entity().body, 0})));
     }
 
-    static const ClassInfo& table();
+    void featureList(Call& call)
+    {
+        call.answer(asObject(newFeatures(hostState(), live(), entity().body, features().size())));
+    }
+
+    //! Design bodies and constructions have the same members under different interfaces.
+    static const ClassInfo& table(bool construction);
 };
 
-const ClassInfo& Model::table()
+const ClassInfo& Model::table(bool construction)
 {
-    static const ClassInfo info{"Model",
-                                &kIidModel,
-                                {
-                                    {49, "Body", kGet, {}, handle<Model, &Model::bodyObject>},
-                                }};
-    return info;
+    static const std::vector<Member> members{
+        {30, "Features", kGet, {}, handle<Model, &Model::featureList>},
+        {49, "Body", kGet, {}, handle<Model, &Model::bodyObject>},
+    };
+    static const ClassInfo ofDesign{"Model", &kIidModel, members};
+    static const ClassInfo ofConstruction{"ConstructionModel", &kIidConstructionModel, members};
+    return construction ? ofConstruction : ofDesign;
+}
+
+//! What a model was made by.
+class Feature : public PartObject
+{
+public:
+    using PartObject::PartObject;
+
+    void parent(Call& call)
+    {
+        call.answer(asObject(objectOf({EntityKind::model, entity().body, 0})));
+    }
+    void type(Call& call) { call.answer(asLong(typeOf(features()[entity().index]))); }
+
+    static const ClassInfo& table(FeatureKind kind);
+
+private:
+    static LONG typeOf(const FeatureSpec& feature);
+};
+
+LONG Feature::typeOf(const FeatureSpec& feature)
+{
+    switch (feature.kind) {
+    case FeatureKind::interpart:
+        return igInterpartConstructionObject;
+    case FeatureKind::stitched:
+        return igStitchSurfaceObject;
+    case FeatureKind::derivedCurve:
+        return igDerivedCurveObject;
+    case FeatureKind::plain:
+        break;
+    }
+    return feature.type;
+}
+
+const ClassInfo& Feature::table(FeatureKind kind)
+{
+    static const std::vector<Member> members{
+        {4, "Parent", kGet, {}, handle<Feature, &Feature::parent>},
+        {8218, "Type", kGet, {}, handle<Feature, &Feature::type>},
+    };
+    static const ClassInfo interpart{"InterpartConstruction", &kIidInterpartConstruction, members};
+    static const ClassInfo stitched{"StitchSurface", &kIidStitchSurface, members};
+    static const ClassInfo derivedCurve{"DerivedCurve", &kIidDerivedCurve, members};
+    static const ClassInfo plain{"Feature", nullptr, members};
+    switch (kind) {
+    case FeatureKind::interpart:
+        return interpart;
+    case FeatureKind::stitched:
+        return stitched;
+    case FeatureKind::derivedCurve:
+        return derivedCurve;
+    case FeatureKind::plain:
+        break;
+    }
+    return plain;
 }
 
 class Body : public PartObject
@@ -52,7 +115,7 @@ public:
 
     void type(Call& call) { call.answer(asLong(igBody)); }
     void isSolid(Call& call) { call.answer(asBool(body().solid)); }
-    void visible(Call& call) { call.answer(asBool(true)); }
+    void visible(Call& call) { call.answer(asBool(live()->visible)); }
     void faces(Call& call)
     {
         const std::vector<std::size_t> chosen =
@@ -102,7 +165,14 @@ const ClassInfo& Body::table()
 IDispatchPtr newModel(const std::shared_ptr<HostState>& host, const LivePartPtr& part,
                       const Entity& entity, bool known)
 {
-    return owned(new Model(host, Model::table(), part, entity, known));
+    return owned(new Model(host, Model::table(part->construction), part, entity, known));
+}
+
+IDispatchPtr newFeature(const std::shared_ptr<HostState>& host, const LivePartPtr& part,
+                        const Entity& entity, bool known)
+{
+    const FeatureKind kind = part->features[entity.body][entity.index].kind;
+    return owned(new Feature(host, Feature::table(kind), part, entity, known));
 }
 
 IDispatchPtr newBody(const std::shared_ptr<HostState>& host, const LivePartPtr& part,

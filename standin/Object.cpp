@@ -46,14 +46,19 @@ HRESULT raise(HRESULT code, const std::string& text, EXCEPINFO* exception) noexc
 
 } // namespace
 
-const Member* ClassInfo::find(DISPID id) const noexcept
+const Member* ClassInfo::find(DISPID id, WORD kinds) const noexcept
 {
+    const Member* first = nullptr;
     for (const Member& member : members) {
-        if (member.id == id) {
+        if (member.id != id) {
+            continue;
+        }
+        if ((member.kinds & kinds) != 0) {
             return &member;
         }
+        first = first == nullptr ? &member : first;
     }
-    return nullptr;
+    return first;
 }
 
 const Member* ClassInfo::find(const wchar_t* memberName) const noexcept
@@ -81,12 +86,14 @@ Object::Object(std::shared_ptr<HostState> hostState, const ClassInfo& info)
       classInfo(info),
       serial(++state->lastObject)
 {
+    state->alive.emplace(static_cast<IDispatch*>(this), this);
     state->census.enter(info.name);
     processCensus().enter(info.name);
 }
 
 Object::~Object()
 {
+    state->alive.erase(static_cast<IDispatch*>(this));
     state->census.leave(classInfo.name);
     processCensus().leave(classInfo.name);
 }
@@ -244,7 +251,7 @@ HRESULT STDMETHODCALLTYPE Object::Invoke(DISPID id, REFIID iid, LCID lcid, WORD 
     const std::shared_ptr<HostState> session = state;
     std::string failure;
     try {
-        const Member* const member = classInfo.find(id);
+        const Member* const member = classInfo.find(id, flags);
         const std::string name = memberName(member, id);
         const CallKind kind = kindOf(flags);
         session->journal.tally(std::string(classInfo.name) + "." + name, kind);

@@ -1,10 +1,12 @@
 #include "standin/Part.h"
 
 #include "standin/Call.h"
+#include "standin/Document.h"
 #include "standin/Host.h"
 #include "standin/Ids.h"
 #include "standin/Keys.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace standin {
@@ -24,6 +26,8 @@ IDispatchPtr makeObject(const std::shared_ptr<HostState>& host, const LivePartPt
         return newFace(host, part, entity, known);
     case EntityKind::edge:
         return newEdge(host, part, entity, known);
+    case EntityKind::feature:
+        return newFeature(host, part, entity, known);
     case EntityKind::surface:
         return newSurface(host, part, entity, known);
     case EntityKind::curve:
@@ -101,6 +105,13 @@ PartObject::~PartObject()
     }
 }
 
+bool PartObject::standsIn(const OpenDocument& document) const noexcept
+{
+    return document.part == part ||
+           std::find(document.constructions.begin(), document.constructions.end(), part) !=
+               document.constructions.end();
+}
+
 IDispatchPtr PartObject::twin()
 {
     return makeObject(hostState(), part, subject, false);
@@ -111,12 +122,16 @@ IDispatchPtr PartObject::objectOf(const Entity& other) const
     return objectFor(hostState(), part, other);
 }
 
+const std::vector<FeatureSpec>& PartObject::features() const
+{
+    static const std::vector<FeatureSpec> none;
+    const auto found = part->features.find(subject.body);
+    return found == part->features.end() ? none : found->second;
+}
+
 void PartObject::referenceKey(Call& call)
 {
-    Bytes key = publishedKey(content().key(subject), host().options.keySalt);
-    const auto size = static_cast<LONG>(key.size());
-    call.put(0, asArray(std::move(key)));
-    call.put(1, asLong(size));
+    answerKey(call, content().key(subject), host().options.keySalt);
 }
 
 void PartObject::exactRange(Call& call)

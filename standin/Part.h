@@ -4,6 +4,7 @@
 #pragma once
 
 #include "standin/Content.h"
+#include "standin/DocumentData.h"
 #include "standin/Object.h"
 
 #include <map>
@@ -16,6 +17,9 @@ namespace standin {
 struct LivePart
 {
     std::shared_ptr<const PartContent> content;
+    bool construction = false; //!< one body beside the design bodies
+    bool visible = true;
+    std::map<std::size_t, std::vector<FeatureSpec>> features; //!< by the body's index
     bool connected = true;
     std::map<Entity, Object*> objects; //!< the living ones, so that asking twice gives the same
 };
@@ -32,12 +36,15 @@ public:
     ~PartObject() override;
 
     [[nodiscard]] const Entity& entity() const noexcept { return subject; }
+    [[nodiscard]] bool standsIn(const OpenDocument& document) const noexcept override;
     IDispatchPtr twin() override;
 
 protected:
     [[nodiscard]] bool connected() const noexcept override { return part->connected; }
     [[nodiscard]] const PartContent& content() const noexcept { return *part->content; }
     [[nodiscard]] const LivePartPtr& live() const noexcept { return part; }
+    //! Gives the features of the model that the object belongs to.
+    [[nodiscard]] const std::vector<FeatureSpec>& features() const;
     [[nodiscard]] const geom::Body& body() const { return content().bodies()[subject.body]; }
     //! Gives the object of something in the same part.
     [[nodiscard]] IDispatchPtr objectOf(const Entity& other) const;
@@ -68,6 +75,8 @@ private:
                                    const Entity& entity, bool known);
 [[nodiscard]] IDispatchPtr newEdge(const std::shared_ptr<HostState>& host, const LivePartPtr& part,
                                    const Entity& entity, bool known);
+[[nodiscard]] IDispatchPtr newFeature(const std::shared_ptr<HostState>& host,
+                                      const LivePartPtr& part, const Entity& entity, bool known);
 [[nodiscard]] IDispatchPtr newSurface(const std::shared_ptr<HostState>& host,
                                       const LivePartPtr& part, const Entity& entity, bool known);
 [[nodiscard]] IDispatchPtr newCurve(const std::shared_ptr<HostState>& host, const LivePartPtr& part,
@@ -80,6 +89,11 @@ private:
 [[nodiscard]] IDispatchPtr newEdges(const std::shared_ptr<HostState>& host, const LivePartPtr& part,
                                     std::size_t body, const std::vector<std::size_t>& edges);
 
+//! Makes a Features collection of the first features of a body's model.
+[[nodiscard]] IDispatchPtr newFeatures(const std::shared_ptr<HostState>& host,
+                                       const LivePartPtr& part, std::size_t body,
+                                       std::size_t count);
+
 //! Picks those of a body's faces that a selector asks for.
 //! @param selector  igQueryAll and so on
 //! @throws CallFailure  E_INVALIDARG for another number, E_NOTIMPL for igQueryRoundable
@@ -88,11 +102,5 @@ selectFaces(const geom::Body& body, const std::vector<std::size_t>& faces, LONG 
 //! Picks those of a body's edges that a selector asks for, as selectFaces.
 [[nodiscard]] std::vector<std::size_t>
 selectEdges(const geom::Body& body, const std::vector<std::size_t>& edges, LONG selector);
-
-//! Takes a new object into a smart pointer without asking it for an interface.
-[[nodiscard]] inline IDispatchPtr owned(Object* object)
-{
-    return IDispatchPtr(static_cast<IDispatch*>(object));
-}
 
 } // namespace standin

@@ -115,6 +115,14 @@ inline VARIANT value(bool flag)
     V_BOOL(&v) = flag ? VARIANT_TRUE : VARIANT_FALSE;
     return v;
 }
+inline VARIANT objectValue(IDispatch* object)
+{
+    VARIANT v;
+    VariantInit(&v);
+    V_VT(&v) = VT_DISPATCH;
+    V_DISPATCH(&v) = object;
+    return v;
+}
 inline VARIANT missing()
 {
     VARIANT v;
@@ -137,6 +145,15 @@ inline VARIANT reference(double& number)
     VariantInit(&v);
     V_VT(&v) = VT_BYREF | VT_R8;
     V_R8REF(&v) = &number;
+    return v;
+}
+//! A text by reference; what a call leaves there is the caller's to free.
+inline VARIANT reference(BSTR& text)
+{
+    VARIANT v;
+    VariantInit(&v);
+    V_VT(&v) = VT_BYREF | VT_BSTR;
+    V_BSTRREF(&v) = &text;
     return v;
 }
 inline VARIANT reference(IDispatch*& object)
@@ -177,6 +194,7 @@ struct Outcome
     //! Gives the failing code, whether it came directly or inside EXCEPINFO.
     [[nodiscard]] HRESULT failure() const { return code == DISP_E_EXCEPTION ? inner : code; }
     [[nodiscard]] LONG number() const { return V_VT(&result) == VT_I4 ? V_I4(&result) : -999999; }
+    [[nodiscard]] double real() const { return V_VT(&result) == VT_R8 ? V_R8(&result) : -999999.0; }
     [[nodiscard]] bool flag() const
     {
         return V_VT(&result) == VT_BOOL && V_BOOL(&result) == VARIANT_TRUE;
@@ -193,7 +211,7 @@ struct Outcome
     }
 };
 
-//! Calls a member.
+//! Calls a member. When a property is set, the last argument is passed as the new value.
 //! @param arguments  in declared order
 inline Outcome call(IDispatch* object, DISPID id, WORD flags, std::vector<VARIANT> arguments = {})
 {
@@ -201,6 +219,11 @@ inline Outcome call(IDispatch* object, DISPID id, WORD flags, std::vector<VARIAN
     DISPPARAMS params{};
     params.rgvarg = reversed.data();
     params.cArgs = static_cast<UINT>(reversed.size());
+    DISPID newValue = DISPID_PROPERTYPUT;
+    if ((flags & DISPATCH_PROPERTYPUT) != 0 && !reversed.empty()) {
+        params.rgdispidNamedArgs = &newValue;
+        params.cNamedArgs = 1;
+    }
     Outcome outcome;
     EXCEPINFO exception{};
     outcome.code = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &params,
@@ -222,6 +245,11 @@ inline Outcome method(IDispatch* object, DISPID id, std::vector<VARIANT> argumen
 inline Outcome get(IDispatch* object, DISPID id, std::vector<VARIANT> arguments = {})
 {
     return call(object, id, DISPATCH_PROPERTYGET, std::move(arguments));
+}
+
+inline Outcome put(IDispatch* object, DISPID id, const VARIANT& newValue)
+{
+    return call(object, id, DISPATCH_PROPERTYPUT, {newValue});
 }
 
 //! Looks a name up.
