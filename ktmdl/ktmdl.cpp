@@ -5,6 +5,7 @@
 #include "ktmdl/ktmdl_FailureText_detail.h"
 #include "ktmdl/ktmdl_Host.h"
 #include "ktmdl/ktmdl_HostCall_detail.h"
+#include "ktmdl/ktmdl_Numbers_detail.h"
 #include "ktstd/ktstd_AsciiString.h"
 #include "ktstd/ktstd_ComTools.h"
 #include "ktstd/ktstd_fail.h"
@@ -22,13 +23,13 @@ using ktmdl_detail::GetLong;
 using ktmdl_detail::HostArray;
 using ktmdl_detail::In;
 using ktmdl_detail::InObject;
+using ktmdl_detail::IsNull;
 using ktmdl_detail::ItemOf;
+using ktmdl_detail::kPi;
 using ktmdl_detail::Missing;
 using ktmdl_detail::PropertyObject;
 
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
 
 //! Degrees within which ChooseAngle takes an angle for a multiple of 90.
 constexpr double kSnap = 1e-5;
@@ -285,7 +286,7 @@ void askPlane(IDispatch* aPlane, const wchar_t* aMember, double* aOut)
 
 IDispatchPtr ktmdl::GetDimVarFromName(const IDispatchPtr& aDocument, const ktstd_AsciiString& aName)
 {
-    if (aDocument == nullptr || aName.IsEmpty() != 0) {
+    if (IsNull(aDocument) || aName.IsEmpty() != 0) {
         return IDispatchPtr();
     }
     try {
@@ -311,7 +312,7 @@ IDispatchPtr ktmdl::GetDimVarFromName(const IDispatchPtr& aDocument, const ktstd
 IDispatchPtr ktmdl::GetDimVarFromSystemName(const IDispatchPtr& aDocument,
                                             const ktstd_AsciiString& aSystemName)
 {
-    if (aDocument == nullptr || aSystemName.IsEmpty() != 0) {
+    if (IsNull(aDocument) || aSystemName.IsEmpty() != 0) {
         return IDispatchPtr();
     }
     try {

@@ -56,7 +56,9 @@ public:
     //! @param aDocument  part document; null gives null
     //! @param aName      UTF-8; the host matches it, wildcards included; empty gives null
     //! @return           the dimension; null when no variable or more than one has the name, when
-    //!                   it is not a dimension, or after an error
+    //!                   it is not a dimension, or after an error. Without a single match the host
+    //!                   is asked about every variable, several calls each, and a failure there is
+    //!                   logged too.
     [[nodiscard]] static IDispatchPtr GetDimVarFromName(const IDispatchPtr& aDocument,
                                                         const ktstd_AsciiString& aName);
     //! Finds a driving dimension of a part document by its system name.
@@ -72,13 +74,15 @@ public:
     //! @param aPoint   receives three numbers: the point, in metres; null: not wanted
     //! @return         0, or the code of the error (E_POINTER when it is not a face); what was
     //!                 written before an error stays written
-    static long GetFaceInfo(const IDispatchPtr& aFace, double* aNormal, double* aPoint);
+    [[nodiscard]] static long GetFaceInfo(const IDispatchPtr& aFace, double* aNormal,
+                                          double* aPoint);
     //! Measures a reference plane.
     //! @param aPlane      reference plane, or an assembly's reference to one
     //! @param aNormal     receives three numbers: the unit normal; null: not wanted
     //! @param aRootPoint  receives three numbers: a point of the plane, in metres; null: not wanted
     //! @return            0, or the code of the error; what was written before an error stays
-    //!                    written. An object that has no member of the name asked for leaves that
-    //!                    output untouched and gives 0.
-    static long GetPlaneInfo(const IDispatchPtr& aPlane, double* aNormal, double* aRootPoint);
+    //!                    written. An object that does not tell the member's number, for whatever
+    //!                    reason, leaves that output untouched and gives 0.
+    [[nodiscard]] static long GetPlaneInfo(const IDispatchPtr& aPlane, double* aNormal,
+                                           double* aRootPoint);
 };

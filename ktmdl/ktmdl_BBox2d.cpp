@@ -1,16 +1,17 @@
 #include "ktmdl/ktmdl_BBox2d.h"
 
+#include "ktmdl/ktmdl_Numbers_detail.h"
 #include "ktmdl/ktmdl_Range_detail.h"
 #include "ktmdl/ktmdl_Record_detail.h"
 #include "ktstd/ktstd_Archive.h"
 #include "ktstd/ktstd_Schema.h"
 
+using ktmdl_detail::kTolerance;
+
 namespace {
 
 constexpr char kClassName[] = "ktmdl_BBox2d";
 const ktstd_SchemaEntry schemaEntry(kClassName);
-
-constexpr double kTolerance = 1e-6;
 
 bool overlaps(double aLower, double aUpper, double aOtherLower, double aOtherUpper)
 {

@@ -1,5 +1,6 @@
 #include "ktmdl/ktmdl_BBox3d.h"
 
+#include "ktmdl/ktmdl_Numbers_detail.h"
 #include "ktmdl/ktmdl_Range_detail.h"
 #include "ktmdl/ktmdl_Record_detail.h"
 #include "ktmdl/ktmdl_Trsf3d.h"
@@ -8,12 +9,12 @@
 
 #include <utility>
 
+using ktmdl_detail::kTolerance;
+
 namespace {
 
 constexpr char kClassName[] = "ktmdl_BBox3d";
 const ktstd_SchemaEntry schemaEntry(kClassName);
-
-constexpr double kTolerance = 1e-6;
 
 //! Puts two coordinates in order.
 void order(double& aLower, double& aUpper)

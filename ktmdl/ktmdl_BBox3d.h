@@ -44,7 +44,8 @@ public:
 
     //! Tells whether no coordinate of the corners differs by more than 1e-6: 1 or 0.
     [[nodiscard]] unsigned char IsEqual(const ktmdl_BBox3d& aOther) const noexcept;
-    //! Tells whether two boxes overlap by at least 1e-6 in every direction: 1 or 0.
+    //! Tells whether in every direction the upper side of each box is at least 1e-6 above the lower
+    //! side of the other: 1 or 0.
     [[nodiscard]] unsigned char HasOverlap(const ktmdl_BBox3d& aOther) const noexcept;
     //! Tells whether a point is inside in x and y, or within 1e-6 of it, and at least 1e-6 above
     //! the top: 1 or 0.

@@ -3,20 +3,19 @@
 #include "ktmdl/ktmdl_Diag_detail.h"
 #include "ktmdl/ktmdl_Host.h"
 #include "ktmdl/ktmdl_HostCall_detail.h"
+#include "ktmdl/ktmdl_Nesting_detail.h"
 #include "ktstd/ktstd_ComTools.h"
 
 using ktmdl_detail::Call;
 using ktmdl_detail::GetBool;
 using ktmdl_detail::GetLong;
 using ktmdl_detail::HostArray;
+using ktmdl_detail::IsNull;
 using ktmdl_detail::ItemOf;
+using ktmdl_detail::Nesting;
 using ktmdl_detail::PropertyObject;
 
 namespace {
-
-//! Assemblies nested deeper than this are refused, so that a host that shows an assembly inside
-//! itself does not exhaust the stack.
-constexpr int kDeepest = 256;
 
 //! Gives the body of a model or of a construction.
 IDispatchPtr bodyOf(IDispatch* aModel)
@@ -48,7 +47,7 @@ bool isInterpartCopy(IDispatch* aConstruction)
     for (LONG i = 1; i <= count; ++i) {
         const IDispatchPtr pFeature = ItemOf(pConstrModelFeats, i);
         KTMDL_CHECK_POINTER(pFeature, "pFeature");
-        if (ktmdl_host::InterpartConstructionPtr(pFeature) != nullptr) {
+        if (!IsNull(ktmdl_host::InterpartConstructionPtr(pFeature))) {
             return true;
         }
     }
@@ -86,26 +85,26 @@ ktmdl_BldBBox::~ktmdl_BldBBox() = default;
 
 long ktmdl_BldBBox::Compute()
 {
-    if (mStatus != -2 || mObject == nullptr) {
+    if (mStatus != -2 || IsNull(mObject)) {
         return mStatus;
     }
     mStatus = 0;
-    if (FAILED(computeBBox(mObject, mBBox, 1))) {
+    if (FAILED(computeBBox(mObject, mBBox, nullptr))) {
         mStatus = 1;
     }
     return mStatus;
 }
 
 //! Measures an object.
-//! @param aBox    replaced, or after a failure left as far as it came
-//! @param aDepth  1 for the builder's own object, one more for each assembly around this one
+//! @param aBox     replaced, or after a failure left as far as it came
+//! @param aAround  the assembly that shows the object; null for the builder's own object
 //! @return        S_OK, or the code of the error, which is logged; E_FAIL, not logged, for an
 //!                object that can't be measured
-HRESULT ktmdl_BldBBox::computeBBox(const IDispatchPtr& aObject, ktmdl_BBox3d& aBox, int aDepth)
+HRESULT ktmdl_BldBBox::computeBBox(const IDispatchPtr& aObject, ktmdl_BBox3d& aBox,
+                                   const Nesting* aAround)
 {
     try {
         KTMDL_CHECK_POINTER(aObject, "aIDP");
-        KTMDL_CHECK_RESULT(aDepth > kDeepest ? E_UNEXPECTED : S_OK);
         LONG type = 0;
         KTMDL_CHECK_RESULT(ComGetProperty(aObject, L"Type", VT_I4, &type));
         switch (type) {
@@ -113,7 +112,7 @@ HRESULT ktmdl_BldBBox::computeBBox(const IDispatchPtr& aObject, ktmdl_BBox3d& aB
             measurePart(aObject, aBox);
             return S_OK;
         case ktmdl_host::igAssemblyDocument:
-            measureAssembly(aObject, aBox, aDepth);
+            measureAssembly(aObject, aBox, aAround);
             return S_OK;
         case ktmdl_host::igDerivedCurveObject:
         case ktmdl_host::igInterpartConstructionObject:
@@ -146,10 +145,12 @@ void ktmdl_BldBBox::measurePart(const IDispatchPtr& aObject, ktmdl_BBox3d& aBox)
     }
 }
 
-void ktmdl_BldBBox::measureAssembly(const IDispatchPtr& aObject, ktmdl_BBox3d& aBox, int aDepth)
+void ktmdl_BldBBox::measureAssembly(const IDispatchPtr& aObject, ktmdl_BBox3d& aBox,
+                                    const Nesting* aAround)
 {
     const ktmdl_host::AssemblyDocumentPtr pAsmDoc(aObject);
     KTMDL_CHECK_POINTER(pAsmDoc, "pAsmDoc");
+    const Nesting nesting(aAround, pAsmDoc);
     const IDispatchPtr pOccs = PropertyObject(pAsmDoc, ktmdl_host::AssemblyDocument::Occurrences);
     KTMDL_CHECK_POINTER(pOccs, "pOccs");
     const LONG count = GetLong(pOccs, ktmdl_host::Occurrences::Count);
@@ -161,7 +162,7 @@ void ktmdl_BldBBox::measureAssembly(const IDispatchPtr& aObject, ktmdl_BBox3d& a
         ktmdl_BBox3d box;
         if (FAILED(
                 computeBBox(PropertyObject(pOccurrence, ktmdl_host::Occurrence::OccurrenceDocument),
-                            box, aDepth + 1))) {
+                            box, &nesting))) {
             continue;
         }
         // On purpose: only the first occurrence starts the box; when it fails, the second is added

@@ -6,13 +6,19 @@
 #include "ktmdl/ktmdl_BBox3d.h"
 #include "ktmdl/ktmdl_Export.h"
 
+namespace ktmdl_detail {
+class Nesting;
+} // namespace ktmdl_detail
+
 //! Measures a part document, an assembly document or a construction feature.
 //!
 //! - A part: its first model's body; on request also the solid construction bodies, but for
 //!   constructions that hold an inter-part copy.
 //! - An assembly: the union of the boxes of its occurrences' documents, each in its own
-//!   coordinates: where the occurrences are placed does not count. An occurrence that can't be
-//!   measured is logged and left out; when the first one can't, the box starts from the origin.
+//!   coordinates: where the occurrences are placed does not count. A document that can't be
+//!   measured is left out, and logged unless it is of a kind that is not listed here; when the
+//!   first one can't, the box starts from the origin. An occurrence that does not tell its document
+//!   ends the measuring. Assemblies are followed 256 levels deep.
 //! - A derived curve, an inter-part copy or a stitched surface: the body of its parent.
 //!
 //! The builder works once. It holds the host object until it is destroyed.
@@ -27,7 +33,7 @@ public:
     virtual ~ktmdl_BldBBox();
 
     //! Measures on the first call; later calls only give the status. Automation errors are logged;
-    //! none leaves.
+    //! none leaves. Others, such as std::bad_alloc, do.
     //! @return  the status, see Status
     long Compute();
 
@@ -35,13 +41,15 @@ public:
     //! it holds what had been measured by then.
     [[nodiscard]] const ktmdl_BBox3d& BBox() const noexcept { return mBBox; }
     //! Gives -2 before Compute and for a null object, 0 after success, 1 when the host failed or
-    //! the object is none of those above.
+    //! the object is none of those above; 0 too after an exception that Compute let through.
     [[nodiscard]] long Status() const noexcept { return mStatus; }
 
 private:
-    [[nodiscard]] HRESULT computeBBox(const IDispatchPtr& aObject, ktmdl_BBox3d& aBox, int aDepth);
+    [[nodiscard]] HRESULT computeBBox(const IDispatchPtr& aObject, ktmdl_BBox3d& aBox,
+                                      const ktmdl_detail::Nesting* aAround);
     void measurePart(const IDispatchPtr& aObject, ktmdl_BBox3d& aBox) const;
-    void measureAssembly(const IDispatchPtr& aObject, ktmdl_BBox3d& aBox, int aDepth);
+    void measureAssembly(const IDispatchPtr& aObject, ktmdl_BBox3d& aBox,
+                         const ktmdl_detail::Nesting* aAround);
 
     IDispatchPtr mObject;
     ktmdl_BBox3d mBBox;

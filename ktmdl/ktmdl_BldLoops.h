@@ -27,6 +27,7 @@ public:
 
     //! Builds the loops on the first call; later calls only give the status.
     //! @return             0 done; -1 no edges, or an earlier call failed
+    //! @throws ktstd_fail_NullObject  a handle among the edges is null
     //! @throws _com_error  an edge has no live object (E_POINTER, logged) or the host failed; the
     //!                     status is -1 then, edges and loops hold what was done by then
     long Compute();

@@ -3,6 +3,7 @@
 #include "ktmdl/ktmdl.h"
 #include "ktmdl/ktmdl_Diag_detail.h"
 #include "ktmdl/ktmdl_HostCall_detail.h"
+#include "ktmdl/ktmdl_Numbers_detail.h"
 #include "ktstd/ktstd_Debug.h"
 
 #include <cmath>
@@ -15,7 +16,9 @@ using ktmdl_detail::FetchObject;
 using ktmdl_detail::GetLong;
 using ktmdl_detail::In;
 using ktmdl_detail::InObject;
+using ktmdl_detail::IsNull;
 using ktmdl_detail::ItemOf;
+using ktmdl_detail::kTolerance;
 using ktmdl_detail::Missing;
 using ktmdl_detail::PropertyObject;
 using ktmdl_detail::Put;
@@ -63,7 +66,6 @@ struct Normal
 
     [[nodiscard]] bool isSameAs(const Normal& aOther) const
     {
-        constexpr double kTolerance = 1e-06;
         return std::fabs(xyz[0] - aOther.xyz[0]) <= kTolerance &&
                std::fabs(xyz[1] - aOther.xyz[1]) <= kTolerance &&
                std::fabs(xyz[2] - aOther.xyz[2]) <= kTolerance;
@@ -132,7 +134,7 @@ long ktmdl_BldRectangularProfile::Compute()
         mStatus = -1;
         return mStatus;
     }
-    if (mDocument == nullptr || mRefPlane == nullptr) {
+    if (IsNull(mDocument) || IsNull(mRefPlane)) {
         warn("WARNING: bad SEDoc or/and refPpln ...");
         mStatus = -1;
         return mStatus;
@@ -155,9 +157,9 @@ long ktmdl_BldRectangularProfile::draw()
 {
     Document document;
     document.pPartDoc = mDocument;
-    if (document.pPartDoc == nullptr) {
+    if (IsNull(document.pPartDoc)) {
         document.pAsmDoc = mDocument;
-        if (document.pAsmDoc == nullptr) {
+        if (IsNull(document.pAsmDoc)) {
             return -1;
         }
     }
@@ -165,7 +167,7 @@ long ktmdl_BldRectangularProfile::draw()
     const Rectangle rectangle = drawLines(pProfile);
     if (mConstrain != 0) {
         const IDispatchPtr pPlane = planeToTieTo(document);
-        if (pPlane == nullptr) {
+        if (IsNull(pPlane)) {
             return -1;
         }
         constrain(pProfile, rectangle, pPlane);
@@ -183,7 +185,7 @@ ProfilePtr ktmdl_BldRectangularProfile::newProfile(const Document& aDocument)
 {
     namespace SketchSet = ktmdl_host::SketchSet;
     ProfilePtr pRectangleProf;
-    if (aDocument.pPartDoc != nullptr) {
+    if (!IsNull(aDocument.pPartDoc)) {
         IDispatchPtr pSets;
         if (mUseProfileSet != 0) {
             pSets = PropertyObject(aDocument.pPartDoc, ktmdl_host::PartDocument::ProfileSets);
@@ -251,7 +253,7 @@ IDispatchPtr ktmdl_BldRectangularProfile::planeToTieTo(const Document& aDocument
 {
     const Normal normal(mRefPlane);
     const IDispatchPtr pRefPlanes =
-        aDocument.pPartDoc != nullptr
+        !IsNull(aDocument.pPartDoc)
             ? PropertyObject(aDocument.pPartDoc, ktmdl_host::PartDocument::RefPlanes)
             : PropertyObject(aDocument.pAsmDoc, ktmdl_host::AssemblyDocument::AsmRefPlanes);
     KTMDL_CHECK_POINTER(pRefPlanes, "pRefPlanes");

@@ -15,8 +15,8 @@
 class KTMDL_EXPORT ktmdl_BldRectangularProfile
 {
 public:
-    //! @param aX              width along the profile's x axis, metres, above 0
-    //! @param aY              height along the profile's y axis, metres, above 0
+    //! @param aX              width along the profile's x axis, metres; finite, above 0
+    //! @param aY              height along the profile's y axis, metres; finite, above 0
     //! @param aRefPlane       the plane to draw on: one of a part or of an assembly
     //! @param aDocument       part or assembly document
     //! @param aConstrain      1: add relations and dimensions. The plane must have the direction of
@@ -31,7 +31,8 @@ public:
     virtual ~ktmdl_BldRectangularProfile();
 
     //! Draws on the first call; later calls only give the status. Automation errors and kernel
-    //! failures are logged; none leaves.
+    //! failures are logged; none leaves. Others, such as std::bad_alloc, do, and leave the status
+    //! -2: the next call draws again.
     //! @return  the status, see Status
     long Compute();
     //! Gives -2 before Compute; 0 after success; -1 when a size or an object is missing or bad
@@ -72,7 +73,7 @@ private:
     unsigned char mUseProfileSet;
     unsigned char mValidate;
     ktmdl_host::ProfilePtr mProfile;
-    ktmdl_host::DimensionPtr mDimPtrs[4];
+    ktmdl_host::DimensionPtr mDimPtrs[4]; //!< width, height; the others stay null
     IDispatchPtr mSketchOrLayoutPtr;
     long mStatus{-2};
 };

@@ -2,22 +2,21 @@
 
 #include "ktmdl/ktmdl_Diag_detail.h"
 #include "ktmdl/ktmdl_HostCall_detail.h"
+#include "ktmdl/ktmdl_Nesting_detail.h"
 #include "ktstd/ktstd_ComTools.h"
 
 using ktmdl_detail::FetchObject;
 using ktmdl_detail::GetBool;
 using ktmdl_detail::GetLong;
 using ktmdl_detail::InObject;
+using ktmdl_detail::IsNull;
 using ktmdl_detail::IsSameComObject;
 using ktmdl_detail::ItemOf;
+using ktmdl_detail::Nesting;
 using ktmdl_detail::PropertyObject;
 using ktmdl_host::AssemblyDocumentPtr;
 
 namespace {
-
-//! Assemblies nested deeper than this are refused, so that a host that shows an assembly inside
-//! itself does not exhaust the stack.
-constexpr long kDeepest = 256;
 
 //! Gives the assembly document that a parent is or stands for.
 //! @param aType  the parent's type: assembly document or subassembly
@@ -53,18 +52,18 @@ ktmdl_BldReference::~ktmdl_BldReference() = default;
 
 long ktmdl_BldReference::Compute()
 {
-    if (mStatus != -2 || mAssembly == nullptr) {
+    if (mStatus != -2 || IsNull(mAssembly)) {
         return mStatus;
     }
     try {
-        if (PropertyObject(mAssembly, ktmdl_host::AssemblyDocument::Occurrences) == nullptr) {
+        if (IsNull(PropertyObject(mAssembly, ktmdl_host::AssemblyDocument::Occurrences))) {
             return mStatus;
         }
     } catch (const _com_error& error) {
         return failed(error, __LINE__);
     }
-    CreateRef(IDispatchPtr(mAssembly.GetInterfacePtr()), mReference, 1);
-    if (mReference != nullptr) {
+    CreateRef(IDispatchPtr(mAssembly.GetInterfacePtr()), mReference, nullptr);
+    if (!IsNull(mReference)) {
         mStatus = 0;
     }
     return mStatus;
@@ -79,12 +78,12 @@ const IDispatchPtr& ktmdl_BldReference::Reference()
 //! Walks an assembly for the target and makes the reference that this assembly owns.
 //! @param aParent  the assembly document, or a subassembly occurrence
 //! @param aResult  receives the reference; untouched when there is none
-//! @param aDepth   1 for the top assembly
+//! @param aAround  the assembly that shows the parent; null for the top
 //! @return         the builder's status
-long ktmdl_BldReference::CreateRef(const IDispatchPtr& aParent, IDispatchPtr& aResult, long aDepth)
+long ktmdl_BldReference::CreateRef(const IDispatchPtr& aParent, IDispatchPtr& aResult,
+                                   const Nesting* aAround)
 {
     try {
-        KTMDL_CHECK_RESULT(aDepth > kDeepest ? E_UNEXPECTED : S_OK);
         LONG type = 0;
         KTMDL_CHECK_RESULT(ComGetProperty(aParent, L"Type", VT_I4, &type));
         if (type != ktmdl_host::igAssemblyDocument && type != ktmdl_host::igSubAssembly) {
@@ -93,6 +92,7 @@ long ktmdl_BldReference::CreateRef(const IDispatchPtr& aParent, IDispatchPtr& aR
         }
         const AssemblyDocumentPtr pAsmDoc = assemblyOf(aParent, type);
         KTMDL_CHECK_POINTER(pAsmDoc, "pAsmDoc");
+        const Nesting nesting(aAround, pAsmDoc);
 
         IDispatchPtr pWayDown; // the subassembly entered last
         IDispatchPtr pInnerRef;
@@ -107,11 +107,13 @@ long ktmdl_BldReference::CreateRef(const IDispatchPtr& aParent, IDispatchPtr& aR
                 if (mLevel != 1) {
                     // On purpose: the walk goes on, to meet the target again at the level asked
                     // for. Pinned by LevelIsLoweredAtEachPlaceOfTheTarget.
-                    --mLevel;
+                    if (mLevel > 1) {
+                        --mLevel;
+                    }
                     continue;
                 }
                 mStatus = 0;
-                if (mObject == nullptr && aDepth == 1) {
+                if (IsNull(mObject) && nesting.Depth() == 1) {
                     aResult = pOccurrence;
                     return mStatus;
                 }
@@ -123,19 +125,21 @@ long ktmdl_BldReference::CreateRef(const IDispatchPtr& aParent, IDispatchPtr& aR
             if (GetBool(pOccurrence, ktmdl_host::Occurrence::Subassembly) != VARIANT_FALSE) {
                 pWayDown = pOccurrence;
                 pInnerRef = nullptr;
-                mStatus = CreateRef(pOccurrence, pInnerRef, aDepth + 1);
+                mStatus = CreateRef(pOccurrence, pInnerRef, &nesting);
                 if (mStatus == 0) {
                     break;
                 }
             }
         }
-        if (aResult != nullptr || mStatus != 0) {
+        if (!IsNull(aResult) || mStatus != 0) {
             return mStatus;
         }
 
-        if (pInnerRef != nullptr) {
+        if (!IsNull(pInnerRef)) {
             aResult = createReference(pAsmDoc, pWayDown, pInnerRef);
-        } else if (mObject == nullptr) {
+        } else if (IsNull(mObject)) {
+            // On purpose: stands although a walk that found the target has made a reference; no
+            // result shows it.
             aResult = createReference(pAsmDoc, pWayDown, mOccurrence);
         }
         KTMDL_CHECK_POINTER(aResult, "aRetRef");

@@ -1,7 +1,9 @@
 //! @file
 //! The host's interfaces as this library calls them: interface identifiers, smart pointers and
 //! member numbers, under the host's own member names. All are dispatch interfaces: a pointer of
-//! any of these types is an IDispatch, the identifier only tells what the object is.
+//! any of these types is an IDispatch, the identifier only tells what the object is. So a plain
+//! IDispatch* goes into any of them unasked; only another smart pointer is asked for its interface,
+//! and gives null when the object lacks it, or raises _com_error when it fails otherwise.
 //!
 //! Some numbers are not those of the host's published interface. They are called all the same, on
 //! purpose; docs/behaviour.md tells what that means on a live host.

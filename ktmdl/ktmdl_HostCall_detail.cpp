@@ -1,5 +1,6 @@
 #include "ktmdl/ktmdl_HostCall_detail.h"
 
+#include "com/ComExceptionInfo.h"
 #include "ktstd/ktstd_ComTools.h"
 
 #include <algorithm>
@@ -19,30 +20,8 @@ VARIANT emptyVariant() noexcept
     return value;
 }
 
-//! Owns the texts of an EXCEPINFO.
-struct ExceptionInfo : EXCEPINFO
-{
-    ExceptionInfo() noexcept : EXCEPINFO() {}
-    ExceptionInfo(const ExceptionInfo&) = delete;
-    ExceptionInfo& operator=(const ExceptionInfo&) = delete;
-    ~ExceptionInfo()
-    {
-        SysFreeString(bstrSource);
-        SysFreeString(bstrDescription);
-        SysFreeString(bstrHelpFile);
-    }
-
-    [[nodiscard]] HRESULT code() const noexcept
-    {
-        if (scode != 0) {
-            return scode;
-        }
-        return wCode != 0 ? _com_error::WCodeToHRESULT(wCode) : DISP_E_EXCEPTION;
-    }
-};
-
 //! Turns what the host said about its exception into an error object; null when that fails.
-IErrorInfo* makeErrorInfo(const ExceptionInfo& aException) noexcept
+IErrorInfo* makeErrorInfo(const com::ExceptionInfo& aException) noexcept
 {
     ICreateErrorInfo* pCreate = nullptr;
     if (FAILED(CreateErrorInfo(&pCreate)) || pCreate == nullptr) {
@@ -105,7 +84,7 @@ VARIANT HostArray::ByRef() noexcept
     return value;
 }
 
-HRESULT HostArray::GetTriple(long aSkip, double (&aOut)[3]) const noexcept
+HRESULT HostArray::GetTriple(long long aSkip, double (&aOut)[3]) const noexcept
 {
     if (mArray == nullptr) {
         return E_POINTER;
@@ -248,21 +227,18 @@ HRESULT TryInvoke(IDispatch* aObject, DISPID aMember, WORD aKind,
         params.cNamedArgs = 1;
     }
 
-    ExceptionInfo exception;
+    com::ExceptionInfo exception;
     UINT badArgument = 0;
     const HRESULT hr = aObject->Invoke(aMember, IID_NULL, LOCALE_USER_DEFAULT, aKind, &params,
                                        aResult, &exception, &badArgument);
     if (hr != DISP_E_EXCEPTION) {
         return hr;
     }
-    if (exception.pfnDeferredFillIn != nullptr) {
-        exception.pfnDeferredFillIn(&exception);
-    }
+    exception.complete();
     if (aInfo != nullptr) {
         *aInfo = makeErrorInfo(exception);
     }
-    // An exception that carries a success code is still a failed call.
-    return FAILED(exception.code()) ? exception.code() : DISP_E_EXCEPTION;
+    return exception.code();
 }
 
 void Call(IDispatch* aObject, DISPID aMember, std::initializer_list<VARIANT> aArgs)
@@ -332,10 +308,20 @@ VARIANT_BOOL GetBool(IDispatch* aObject, DISPID aMember)
     switch (result.vt) {
     case VT_BOOL:
         return result.boolVal;
+    case VT_I1:
     case VT_I2:
-        return result.iVal;
     case VT_I4:
-        return static_cast<VARIANT_BOOL>(result.lVal);
+    case VT_I8:
+    case VT_INT:
+    case VT_UI1:
+    case VT_UI2:
+    case VT_UI4:
+    case VT_UI8:
+    case VT_UINT: {
+        // One that 16 bits don't hold is true, but not VARIANT_TRUE.
+        const HRESULT hr = VariantChangeType(&result, &result, 0, VT_I2);
+        return SUCCEEDED(hr) ? result.iVal : VARIANT_BOOL{1};
+    }
     default:
         raiseIfFailed(VariantChangeType(&result, &result, 0, VT_BOOL));
         return result.boolVal;
@@ -353,6 +339,9 @@ bool IsSameComObject(const IDispatchPtr& aFirst, const IDispatchPtr& aSecond)
 {
     const IUnknownPtr first(aFirst);
     const IUnknownPtr second(aSecond);
+    if (IsNull(first)) {
+        return IsNull(aFirst) && IsNull(aSecond);
+    }
     return first.GetInterfacePtr() == second.GetInterfacePtr();
 }
 

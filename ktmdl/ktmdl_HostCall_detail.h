@@ -34,12 +34,20 @@ public:
     [[nodiscard]] VARIANT ByRef() noexcept;
     //! Copies three doubles out, starting behind the first aSkip elements.
     //! @return  a failing code, and aOut as it was, when the array has no such doubles
-    [[nodiscard]] HRESULT GetTriple(long aSkip, double (&aOut)[3]) const noexcept;
+    [[nodiscard]] HRESULT GetTriple(long long aSkip, double (&aOut)[3]) const noexcept;
 
 private:
     VARTYPE mType;
     SAFEARRAY* mArray{nullptr};
 };
+
+//! Tells whether a smart pointer is null. Compared with nullptr some platforms' smart pointers ask
+//! the object for its identity, which is a call that can fail.
+template <class Pointer>
+[[nodiscard]] bool IsNull(const Pointer& aPointer) noexcept
+{
+    return aPointer.GetInterfacePtr() == nullptr;
+}
 
 //! Gives the number of elements of a one-dimensional array, 0 for any other and for null.
 [[nodiscard]] long ArrayLength(SAFEARRAY* aArray) noexcept;
@@ -113,7 +121,7 @@ void Put(IDispatch* aObject, DISPID aMember, VARIANT aValue);
 [[nodiscard]] LONG GetLong(IDispatch* aObject, DISPID aMember);
 
 //! Reads a property that gives a truth value, as the 16 bits that the host answers: a Boolean or an
-//! integer is not normalised.
+//! integer is not normalised; an integer that 16 bits don't hold gives 1.
 //! @throws _com_error  the host's code; that of the conversion when the answer is no truth value
 [[nodiscard]] VARIANT_BOOL GetBool(IDispatch* aObject, DISPID aMember);
 
@@ -121,7 +129,8 @@ void Put(IDispatch* aObject, DISPID aMember, VARIANT aValue);
 //! @throws _com_error  the look-up's code
 [[nodiscard]] DISPID MemberId(IDispatch* aObject, const wchar_t* aName);
 
-//! Tells whether two pointers designate one COM object; two null pointers do.
+//! Tells whether two pointers designate one COM object; two null pointers do, an object that does
+//! not tell its identity equals none.
 //! @throws _com_error  a pointer refuses IUnknown with a code other than E_NOINTERFACE
 [[nodiscard]] bool IsSameComObject(const IDispatchPtr& aFirst, const IDispatchPtr& aSecond);
 

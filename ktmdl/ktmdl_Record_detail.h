@@ -22,7 +22,8 @@ static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == 8,
 //! @throws ktstd_fail_FileIO  code 16: the version is negative or above the newest one known
 void CheckClassVersion(const char* aName);
 
-//! Writes the end marker of a record, or reads and checks it. Archives before format 16 have none.
+//! Writes the end marker of a record, or reads and checks it. In archives before format 16 none is
+//! read.
 //! @param aArchive  storing or loading
 //! @param aName     class name
 //! @throws ktstd_fail_FileIO  code 17: something else stands there

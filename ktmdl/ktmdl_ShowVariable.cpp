@@ -39,8 +39,7 @@ std::ostream& operator<<(std::ostream& aStream, const Coordinates& aValue)
 //! Begins a dump.
 std::ostream& label(const char* aClass, const char* aName)
 {
-    return ktstd_Debug::LogPrint()
-           << "[" << aClass << "]: " << (aName != nullptr ? aName : "") << " = ";
+    return ktstd_Debug::LogPrint() << aClass << (aName != nullptr ? aName : "") << " = ";
 }
 
 //! Formats the log for a matrix and puts its flags and precision back at the end.
@@ -87,58 +86,59 @@ double rounded(double aValue)
 
 void ShowVariable(const char* aName, const ktmdl_Pnt2d& aPoint)
 {
-    label("Pnt2d", aName) << "(" << Coordinates2d{aPoint} << ")" << std::endl;
+    label("[Pnt2d]: ", aName) << "(" << Coordinates2d{aPoint} << ")" << std::endl;
 }
 
 void ShowVariable(const char* aName, const ktmdl_Vec2d& aVector)
 {
-    label("Vec2d", aName) << "(" << Coordinates2d{aVector} << ")" << std::endl;
+    label("[Vec2d]: ", aName) << "(" << Coordinates2d{aVector} << ")" << std::endl;
 }
 
 void ShowVariable(const char* aName, const ktmdl_Pnt3d& aPoint)
 {
-    label("Pnt3d", aName) << "(" << Coordinates{aPoint} << ")" << std::endl;
+    label("[Pnt3d]: ", aName) << "(" << Coordinates{aPoint} << ")" << std::endl;
 }
 
 void ShowVariable(const char* aName, const ktmdl_Vec3d& aVector)
 {
-    label("Vec3d", aName) << "(" << Coordinates{aVector} << ")" << std::endl;
+    label("[Vec3d]: ", aName) << "(" << Coordinates{aVector} << ")" << std::endl;
 }
 
 void ShowVariable(const char* aName, const ktmdl_Axis3d& aAxis)
 {
-    label("Axis3d", aName) << "(pos: " << Coordinates{aAxis}
-                           << ") (dir: " << Coordinates{aAxis.mDir} << ")" << std::endl;
+    label("[Axis3d]: ", aName) << "(pos: " << Coordinates{aAxis}
+                               << ") (dir: " << Coordinates{aAxis.mDir} << ")" << std::endl;
 }
 
 void ShowVariable(const char* aName, const ktmdl_CrdSys3d& aCrdSys)
 {
-    label("CrdSys3d", aName) << "[Pos=(" << Coordinates{aCrdSys} << "), DirZ=("
-                             << Coordinates{aCrdSys.mDir} << "), DirX=("
-                             << Coordinates{aCrdSys.mDirX} << ")]" << std::endl;
+    label("[CrdSys3d]: ", aName) << "[Pos=(" << Coordinates{aCrdSys} << "), DirZ=("
+                                 << Coordinates{aCrdSys.mDir} << "), DirX=("
+                                 << Coordinates{aCrdSys.mDirX} << ")]" << std::endl;
 }
 
 void ShowVariable(const char* aName, const ktmdl_BBox2d& aBox)
 {
-    label("BBox2d", aName) << "[min=(" << Coordinates2d{aBox.mMin} << "), max=("
-                           << Coordinates2d{aBox.mMax} << ")]" << std::endl;
+    label("[BBox2d]: ", aName) << "[min=(" << Coordinates2d{aBox.mMin} << "), max=("
+                               << Coordinates2d{aBox.mMax} << ")]" << std::endl;
 }
 
 void ShowVariable(const char* aName, const ktmdl_BBox3d& aBox)
 {
-    label("BBox3d", aName) << "[min=(" << Coordinates{aBox.mMin} << "), max=("
-                           << Coordinates{aBox.mMax} << ")]" << std::endl;
+    label("[BBox3d]: ", aName) << "[min=(" << Coordinates{aBox.mMin} << "), max=("
+                               << Coordinates{aBox.mMax} << ")]" << std::endl;
 }
 
 void ShowVariable(const char* aName, const ktmdl_ErosionPos& aPosition)
 {
-    label("ErosionPos", aName) << "(" << Coordinates{aPosition.Position()}
-                               << ") - Rotation Angle:" << aPosition.RotationAngle() << std::endl;
+    label("[ErosionPos]: ", aName)
+        << "(" << Coordinates{aPosition.Position()}
+        << ") - Rotation Angle:" << aPosition.RotationAngle() << std::endl;
 }
 
 void ShowVariable(const char* aName, const ktmdl_Trsf2d& aTrsf)
 {
-    std::ostream& log = label("Trsf2d", aName) << std::endl;
+    std::ostream& log = label("[Trsf2d]: ", aName) << std::endl;
     const MatrixFormat format(log);
     for (long column = 1; column <= 3; ++column) {
         // On purpose: the fill character stays a space afterwards.
@@ -150,7 +150,7 @@ void ShowVariable(const char* aName, const ktmdl_Trsf2d& aTrsf)
 
 void ShowVariable(const char* aName, const ktmdl_Trsf3d& aTrsf)
 {
-    std::ostream& log = label("Trsf3d", aName) << std::endl;
+    std::ostream& log = label("[Trsf3d]: ", aName) << std::endl;
     const MatrixFormat format(log);
     const char fill = log.fill(' ');
     for (int column = 0; column < 4; ++column) {

@@ -30,6 +30,7 @@ using ktmdl_detail::GetBool;
 using ktmdl_detail::GetLong;
 using ktmdl_detail::HostArray;
 using ktmdl_detail::In;
+using ktmdl_detail::IsNull;
 using ktmdl_detail::IsSameComObject;
 using ktmdl_detail::ItemOf;
 using ktmdl_detail::MemberId;
@@ -325,13 +326,14 @@ void ktmdl_Topo::BindAllToposInMap()
 
 void ktmdl_Topo::UpdateReferenceKey()
 {
-    if (mDispTopo == nullptr) {
+    if (IsNull(mDispTopo)) {
         return;
     }
     const Hnd_ktmdl_Topo self(this);
     try {
         HostArray array(VT_UI1);
-        const long size = referenceKey(mDispTopo.GetInterfacePtr(), array);
+        const IDispatchPtr pTopo = mDispTopo; // lives through the call, whatever the host does
+        const long size = referenceKey(pTopo.GetInterfacePtr(), array);
         registry().Remove(self);
         const std::vector<unsigned char> key = keyBytes(size, array.Get());
         setKey(size, key.data());
@@ -360,7 +362,7 @@ void ktmdl_Topo::fillDocName()
 
 long ktmdl_Topo::UpdateDispatch()
 {
-    if (mDispDoc == nullptr) {
+    if (IsNull(mDispDoc)) {
         return -1;
     }
     if (mDocName.IsEmpty() != 0) {
@@ -376,7 +378,7 @@ long ktmdl_Topo::UpdateDocDispatches(const IDispatchPtr& aDocument, ktstd_AsciiS
             if (mDocName.IsDifferent(aName) != 0) {
                 return 0;
             }
-        } else if (mDispDoc == nullptr) {
+        } else if (IsNull(mDispDoc)) {
             return 1;
         } else if (!IsSameComObject(mDispDoc, aDocument)) {
             return 0;
@@ -400,7 +402,11 @@ long ktmdl_Topo::UpdateDocDispatches(const IDispatchPtr& aDocument, ktstd_AsciiS
 void ktmdl_Topo::bindIn(const IDispatchPtr& aDocument)
 {
     HostArray key(VT_UI1);
-    KTMDL_CHECK_RESULT(PutValuesInSafeArray(mKeySize, mKey, key.Receive()));
+    const long packed = PutValuesInSafeArray(mKeySize, mKey, key.Receive());
+    if (packed < 0) {
+        mDispTopo = nullptr;
+    }
+    KTMDL_CHECK_RESULT(packed);
     long member = 0;
     const long found = ComGetIdFromName(aDocument.GetInterfacePtr(), L"BindKeyToObject", member);
     mDispTopo = nullptr;
@@ -422,19 +428,21 @@ void ktmdl_Topo::bindIn(const IDispatchPtr& aDocument)
 
 long ktmdl_Topo::DisconnectDocument(const IDispatchPtr& aDocument, ktstd_AsciiString& aName)
 {
-    fillGivenName(aDocument, aName);
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): may be a reference's own
+    const IDispatchPtr document = aDocument;
+    fillGivenName(document, aName);
     ktmdl_TopoSeq topos;
     listRegistered(topos);
     for (long i = 1; i <= topos.Length(); ++i) {
-        topos.ChangeValue(i)->disconnectFrom(aDocument, aName);
+        topos.ChangeValue(i)->disconnectFrom(document, aName);
     }
     return 0;
 }
 
 void ktmdl_Topo::disconnectFrom(const IDispatchPtr& aDocument, const ktstd_AsciiString& aName)
 {
-    if (mDispTopo != nullptr) {
-        if (mDispDoc == nullptr || !isKnownType(tplType) || !IsSameComObject(mDispDoc, aDocument)) {
+    if (!IsNull(mDispTopo)) {
+        if (IsNull(mDispDoc) || !isKnownType(tplType) || !IsSameComObject(mDispDoc, aDocument)) {
             return;
         }
         mDispTopo = nullptr;
@@ -449,11 +457,13 @@ void ktmdl_Topo::disconnectFrom(const IDispatchPtr& aDocument, const ktstd_Ascii
 
 long ktmdl_Topo::ReconnectDocument(const IDispatchPtr& aDocument, ktstd_AsciiString& aName)
 {
-    fillGivenName(aDocument, aName);
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): may be a reference's own
+    const IDispatchPtr document = aDocument;
+    fillGivenName(document, aName);
     ktmdl_TopoSeq topos;
     listRegistered(topos);
     for (long i = 1; i <= topos.Length(); ++i) {
-        topos.ChangeValue(i)->UpdateDocDispatches(aDocument, aName);
+        topos.ChangeValue(i)->UpdateDocDispatches(document, aName);
     }
     return 0;
 }
@@ -479,7 +489,7 @@ LONG countOf(const IDispatchPtr& aCollection)
 //! @throws _com_error  it can't be read; E_POINTER (logged) when the host gives none
 IDispatchPtr ktmdl_Topo::childCollection(const ChildGroup& aGroup) const
 {
-    IDispatch* pTopo = mDispTopo.GetInterfacePtr();
+    const IDispatchPtr pTopo = mDispTopo; // lives through the calls, whatever the host does
     IDispatchPtr pItems = FetchObject(pTopo, MemberId(pTopo, aGroup.property), DISPATCH_PROPERTYGET,
                                       {In(ktmdl_host::igQueryAll)});
     KTMDL_CHECK_POINTER(pItems, aGroup.pointerName);
@@ -534,7 +544,7 @@ ktmdl_BBox3d ktmdl_Topo::BuildBBox(const IDispatchPtr& aObject)
 {
     ktmdl_BBox3d box;
     long member = 0;
-    if (aObject == nullptr ||
+    if (IsNull(aObject) ||
         ComGetIdFromName(aObject.GetInterfacePtr(), L"GetExactRange", member) < 0) {
         return box;
     }
@@ -605,7 +615,7 @@ ktmdl_Vec3d ktmdl_Topo::BuildNormal() const
         }
         // On purpose: a corner a little past the middle, away from the face's first facets.
         // Pinned by BuildNormalTakesAPointALittlePastTheMiddle.
-        const long skip = count > 1 ? 3 * static_cast<long>(0.55 * count) : 0;
+        const long long skip = count > 1 ? 3 * static_cast<long long>(0.55 * count) : 0;
         double point[3];
         KTMDL_CHECK_RESULT(points.GetTriple(skip, point));
         double direction[3];
@@ -695,7 +705,10 @@ unsigned char ktmdl_Topo::compareChildren(const ChildGroup& aGroup, bool aQuick,
 
     ktmdl_TopoMap old(cachedCount);
     for (long i = 1; i <= cachedCount; ++i) {
-        old.Add(cached->Value(i));
+        // A null reference, which an archive may hold, is no child that could be found.
+        if (cached->Value(i).IsNull() == 0) {
+            old.Add(cached->Value(i));
+        }
     }
     ktmdl_TopoMap seen(1);
     aLists.current = new ktmdl_TopoHSeq();
@@ -728,11 +741,12 @@ unsigned char ktmdl_Topo::compareChildren(const ChildGroup& aGroup, bool aQuick,
     }
 
     // Only when the numbers say that some child must be missing.
-    const long gone = aLists.fresh->Length() - count + cachedCount;
+    const long long gone = static_cast<long long>(aLists.fresh->Length()) - count + cachedCount;
     if (gone >= 1) {
         for (long i = 1; i <= cachedCount; ++i) {
-            if (seen.Contains(cached->Value(i)) == 0) {
-                aLists.gone->Append(cached->Value(i));
+            const Hnd_ktmdl_Topo& child = cached->Value(i);
+            if (child.IsNull() == 0 && seen.Contains(child) == 0) {
+                aLists.gone->Append(child);
             }
         }
     }
@@ -762,7 +776,7 @@ void ktmdl_Topo::storeFields(ktstd_Archive& aArchive)
     }
     aArchive << static_cast<unsigned short>(mKeySize);
     aArchive.Write(mKey, mKeySize);
-    if (mDocName.IsEmpty() != 0 && mDispDoc != nullptr) {
+    if (mDocName.IsEmpty() != 0 && !IsNull(mDispDoc)) {
         fillDocName();
     }
     aArchive << tplType;
@@ -826,7 +840,7 @@ void ShowVariable(const char* aName, const Hnd_ktmdl_Topo& aTopo)
         return;
     }
     log << "[Topo]: " << name << ":" << std::endl;
-    if (aTopo->mDispTopo == nullptr || aTopo->tplType != kEdge) {
+    if (IsNull(aTopo->mDispTopo) || aTopo->tplType != kEdge) {
         return;
     }
     try {

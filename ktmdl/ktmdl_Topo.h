@@ -76,13 +76,16 @@ public:
     [[nodiscard]] unsigned char IsEqual(long aSize, const unsigned char* aKey) const noexcept;
 
     //! Takes a reference out of the registry; gives 1 when it was there.
+    //! @throws ktstd_fail_NullObject  the handle is null and the registry is not empty
     static unsigned char RemoveFromMap(const Hnd_ktmdl_Topo& aTopo);
     //! Empties the registry. References that are held elsewhere live on.
     static void ClearAllTopos();
-    //! Takes out of the registry every reference that nothing else holds.
+    //! Takes out of the registry every reference that nothing else holds. The children of one that
+    //! goes follow at the next call.
     static void ClearUnusedToposOnly();
-    //! Refreshes the key of every registered reference that has a live object. Failures are logged
-    //! and end the walk; none leaves.
+    //! Refreshes the key of every registered reference that has a live object. Failures are logged;
+    //! none leaves. One of the host's leaves its reference as it was and the walk goes on, a
+    //! kernel failure ends it.
     static void BindAllToposInMap();
 
     //! Caches what a saved reference needs of its live object: the box, and by type the references
@@ -92,8 +95,9 @@ public:
     //!                     stays
     long BuildPersistentData();
     //! Binds the reference again in its document.
-    //! @return             0 bound, or the host has no such object any more (logged); -1 when no
-    //!                     document or no name is known, or the type is not 1 to 7
+    //! @return             0 the document was asked; mDispTopo tells whether the reference is bound
+    //!                     (a failure is logged). -1 no document or no name is known, or the type
+    //!                     is not 1 to 7
     //! @throws _com_error  the document's name can't be read
     long UpdateDispatch();
 
@@ -102,7 +106,8 @@ public:
     //! @param aDocument  the document
     //! @param aName      its name; when empty and a session exists, receives the full name
     //! @return           0
-    //! @throws _com_error  the document's name can't be read
+    //! @throws _com_error  the document's name can't be read, or a document does not tell its
+    //!                     identity; references before that one are unbound already
     static long DisconnectDocument(const IDispatchPtr& aDocument, ktstd_AsciiString& aName);
     //! Binds the references of a document that was opened again: those of the same name, and those
     //! without a name that hold this very document. Failures of single references are logged.
@@ -118,8 +123,8 @@ public:
     //! @param aDocument  the document; becomes the reference's
     //! @param aName      its name; becomes the reference's
     //! @return           0 bound, or it belongs elsewhere (nothing changed), or the host failed
-    //!                   (logged, unbound); 1 it knows neither name nor document; -1 the type is
-    //!                   not 1 to 7
+    //!                   (logged, unbound), which mDispTopo tells; 1 it knows neither name nor
+    //!                   document; -1 the type is not 1 to 7
     long UpdateDocDispatches(const IDispatchPtr& aDocument, ktstd_AsciiString& aName);
     //! Takes the key anew from the live object, if there is one, and registers the reference under
     //! it, beside any other of the same key. Needed by BindAllToposInMap. A failure of the host is
@@ -138,24 +143,28 @@ public:
     [[nodiscard]] static ktmdl_BBox3d BuildBBox(const IDispatchPtr& aObject);
     //! Asks the host for the normal of the referenced face at a point of it.
     //! @return  unit normal, oriented as the host gives it; the zero vector when the face has no
-    //!          facets or the host fails (logged)
+    //!          facets or the host fails (logged); as the host gives it when it is too short to be
+    //!          normalised (logged)
     [[nodiscard]] ktmdl_Vec3d BuildNormal() const;
     //! Asks the host whether the referenced edge is closed.
     //! @return  1 closed; 0 open, not an edge (no host call), or the host fails (logged)
     [[nodiscard]] unsigned char IsClosed() const;
 
-    //! Compares the cached box and children with the live object. Neither is changed; children are
-    //! made, bound and given the box they lack.
+    //! Compares the cached children with those of the live object, and the boxes with the default
+    //! box. So numbers and identities of children are real, but every box that is cached counts as
+    //! changed, the reference's own and its children's; with the quick flag that is all that is
+    //! told. Children are made, bound and given the box they lack; else nothing changes.
     //! @param aQuick         other than 0: return at the first difference
-    //! @param aBox           receives the fresh box
+    //! @param aBox           receives the default box
     //! @param aEdges         receives every current edge, in the host's order
     //! @param aGoneEdges     receives the cached edges that are gone
     //! @param aNewEdges      receives the edges that are new
-    //! @param aAlteredEdges  receives the edges whose box differs
+    //! @param aAlteredEdges  receives the known edges that have a box
     //! @param aFaces         receives every current face, in the host's order
     //! @param aGoneFaces     receives the cached faces that are gone
     //! @param aNewFaces      receives the faces that are new
-    //! @param aAlteredFaces  receives the faces whose box differs
+    //! @param aAlteredFaces  receives the known faces that have a box. The ten arguments are ten
+    //!                       objects; a list may not stand for two of them.
     //! @return  bits: 1 box, 2 edges new or another number, 4 an edge's box, 8 faces new or another
     //!          number, 16 a face's box. A face is compared by its edges, a body by its faces; the
     //!          arguments of the other group are left as they are.

@@ -1,12 +1,13 @@
 #include "ktmdl/ktmdl_Trsf2d.h"
 
 #include "ktmdl/ktmdl_Data2d.h"
+#include "ktmdl/ktmdl_Numbers_detail.h"
 
 #include <cmath>
 
-namespace {
+using ktmdl_detail::kTolerance;
 
-constexpr double kTolerance = 1e-6;
+namespace {
 
 // Makes the constant when the library is loaded.
 [[maybe_unused]] const ktmdl_Trsf2d& identityAtLoad = ktmdl_Trsf2d::Identity();

@@ -3,6 +3,7 @@
 #include "ktmdl/ktmdl.h"
 #include "ktmdl/ktmdl_Axis3d.h"
 #include "ktmdl/ktmdl_CrdSys3d.h"
+#include "ktmdl/ktmdl_Numbers_detail.h"
 #include "ktmdl/ktmdl_Record_detail.h"
 #include "ktmdl/ktmdl_Vec3d.h"
 #include "ktstd/ktstd_Archive.h"
@@ -12,12 +13,12 @@
 #include <cmath>
 #include <cstring>
 
+using ktmdl_detail::kTolerance;
+
 namespace {
 
 constexpr char kClassName[] = "ktmdl_Trsf3d";
 const ktstd_SchemaEntry schemaEntry(kClassName);
-
-constexpr double kTolerance = 1e-6;
 
 using Matrix = double[4][4];
 
@@ -84,7 +85,9 @@ ktmdl_Trsf3d::ktmdl_Trsf3d(const ktmdl_CrdSys3d& aCrdSys)
     if (x.IsEqual(ktmdl_Vec3d::VX(), kSameDirection) != 0 &&
         y.IsEqual(ktmdl_Vec3d::VY(), kSameDirection) != 0 &&
         z.IsEqual(ktmdl_Vec3d::VZ(), kSameDirection) != 0) {
-        return; // the linear part is the exact identity
+        // On purpose: the linear part is the exact identity then, though such a system has raised
+        // above; no result shows it.
+        return;
     }
     const ktmdl_Vec3d* const columns[3] = {&x, &y, &z};
     for (int c = 0; c < 3; ++c) {

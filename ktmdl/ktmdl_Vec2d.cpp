@@ -1,16 +1,17 @@
 #include "ktmdl/ktmdl_Vec2d.h"
 
 #include "ktmdl/ktmdl.h"
+#include "ktmdl/ktmdl_Numbers_detail.h"
 #include "ktmdl/ktmdl_Pnt2d.h"
 #include "ktstd/ktstd_fail.h"
 
 #include <cmath>
 
-namespace {
+using ktmdl_detail::kHalfPi;
+using ktmdl_detail::kPi;
+using ktmdl_detail::kTolerance;
 
-constexpr double kTolerance = 1e-6;
-constexpr double kPi = 3.14159265358979323846;
-constexpr double kHalfPi = 1.5707963267948966;
+namespace {
 
 // Makes the constants when the library is loaded.
 [[maybe_unused]] const ktmdl_Vec2d& xAtLoad = ktmdl_Vec2d::VX();

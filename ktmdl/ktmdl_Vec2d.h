@@ -51,8 +51,9 @@ public:
     //! Negates both components.
     void Reverse() noexcept;
     //! Measures the angle from this vector to another.
-    //! @param aOther  of any length
-    //! @return        radians, -pi to pi, positive counter-clockwise; pi for opposite vectors
+    //! @return  radians, -pi to pi, positive counter-clockwise; pi for opposite vectors;
+    //! not-a-number
+    //!          or wrong when a component exceeds about 1e154 (its square overflows)
     //! @throws ktstd_fail_ProgramError  a vector is shorter than 1e-6
     [[nodiscard]] double Angle(const ktmdl_Vec2d& aOther) const;
     //! Tells whether no component differs by more than the tolerance: 1 or 0. A difference of
@@ -62,7 +63,6 @@ public:
         return IsSamePair(aOther, aTolerance);
     }
     //! Tells whether two vectors have the same or opposite directions: 1 or 0.
-    //! @param aOther      of any length
     //! @param aTolerance  radians; a deviation of exactly that much is too much
     //! @throws ktstd_fail_ProgramError  a vector is shorter than 1e-6
     [[nodiscard]] unsigned char IsParallel(const ktmdl_Vec2d& aOther, double aTolerance) const;

@@ -1,16 +1,17 @@
 #include "ktmdl/ktmdl_Vec3d.h"
 
+#include "ktmdl/ktmdl_Numbers_detail.h"
 #include "ktmdl/ktmdl_Pnt3d.h"
 #include "ktmdl/ktmdl_Trsf3d.h"
 #include "ktstd/ktstd_fail.h"
 
 #include <cmath>
 
-namespace {
+using ktmdl_detail::kHalfPi;
+using ktmdl_detail::kPi;
+using ktmdl_detail::kTolerance;
 
-constexpr double kTolerance = 1e-6;
-constexpr double kPi = 3.14159265358979323846;
-constexpr double kHalfPi = 1.5707963267948966;
+namespace {
 
 [[noreturn]] void raiseDivision()
 {

@@ -1,5 +1,6 @@
 #include "ktstd/ktstd_ComTools.h"
 
+#include "com/ComExceptionInfo.h"
 #include "ktstd/ktstd_AsciiString.h"
 
 #include <cstring>
@@ -9,34 +10,6 @@
 namespace {
 
 constexpr VARTYPE kArrayOf = VT_ARRAY;
-
-//! Frees the texts that a failing call leaves in its exception record.
-struct ExceptionRecord
-{
-    ExceptionRecord() noexcept = default;
-    ExceptionRecord(const ExceptionRecord&) = delete;
-    ExceptionRecord& operator=(const ExceptionRecord&) = delete;
-    ~ExceptionRecord()
-    {
-        SysFreeString(info.bstrSource);
-        SysFreeString(info.bstrDescription);
-        SysFreeString(info.bstrHelpFile);
-    }
-
-    //! Gives the code of the exception; always a failing one.
-    [[nodiscard]] HRESULT Code() noexcept
-    {
-        if (info.pfnDeferredFillIn != nullptr) {
-            info.pfnDeferredFillIn(&info);
-        }
-        if (FAILED(info.scode)) {
-            return info.scode;
-        }
-        return info.wCode != 0 ? _com_error::WCodeToHRESULT(info.wCode) : DISP_E_EXCEPTION;
-    }
-
-    EXCEPINFO info{};
-};
 
 //! Owns a variant.
 struct Variant
@@ -71,11 +44,15 @@ HRESULT readProperty(IDispatch* aObject, const wchar_t* aName, VARIANT& aValue) 
         return hr;
     }
     DISPPARAMS none{};
-    ExceptionRecord exception;
+    com::ExceptionInfo exception;
     UINT badArgument = 0;
     hr = aObject->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &none, &aValue,
-                         &exception.info, &badArgument);
-    return hr == DISP_E_EXCEPTION ? exception.Code() : hr;
+                         &exception, &badArgument);
+    if (hr != DISP_E_EXCEPTION) {
+        return hr;
+    }
+    exception.complete();
+    return exception.code();
 }
 
 //! Gives the bytes of a plain value; 0 for a type that can't be read as one.

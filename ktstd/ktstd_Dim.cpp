@@ -8,6 +8,7 @@
 #include <locale>
 #include <ostream>
 #include <sstream>
+#include <string>
 
 namespace {
 

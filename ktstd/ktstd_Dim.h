@@ -22,10 +22,13 @@ public:
     };
 
     ktstd_Dim() noexcept = default;
-    explicit ktstd_Dim(double aValue, Kind aKind = kNumber) noexcept : mValue(aValue), mKind(aKind)
+    //! @param aKind  a number that is no kind makes a plain number
+    explicit ktstd_Dim(double aValue, Kind aKind = kNumber) noexcept
+        : mValue(aValue),
+          mKind(aKind <= kAngle ? aKind : kNumber)
     {}
 
-    //! Becomes equal to another quantity.
+    //! Takes over value and kind of another quantity.
     void Copy(const ktstd_Dim& aOther) noexcept { *this = aOther; }
 
     //! Gives the value in the unit of its kind.
@@ -33,7 +36,8 @@ public:
     [[nodiscard]] Kind Measures() const noexcept { return mKind; }
     //! Changes the value, not what it measures.
     void SetValue(double aValue) noexcept { mValue = aValue; }
-    //! Gives 1 when both measure the same and have equal values, else 0.
+    //! Gives 1 when both measure the same and have equal values, else 0. As numbers compare: -0
+    //! equals 0, not-a-number equals nothing.
     [[nodiscard]] unsigned char IsEqual(const ktstd_Dim& aOther) const noexcept;
 
 private:

@@ -44,7 +44,8 @@ ktstd_TransientSeq::~ktstd_TransientSeq()
 void ktstd_TransientSeq::Append(const Hnd_ktstd_Transient& aObject)
 {
     std::unique_ptr<TransientNode> node(new TransientNode(aObject));
-    PAppend(node.get());
+    ktstd_SeqNode* const untyped = node.get(); // the base takes it as the base class
+    PAppend(untyped);
     static_cast<void>(node.release()); // the sequence's now
 }
 

@@ -687,7 +687,7 @@ TEST(ktmdl_BldBBox, DeepAssembliesAreMeasured)
 {
     Scene scene;
     fake::Object* document = &makePart(scene, "part", kBoxB);
-    for (int level = 0; level < 255; ++level) {
+    for (int level = 0; level < 40; ++level) {
         document = &makeAssembly(scene, "asm" + std::to_string(level), {document});
     }
     expectBox(scene, *document, kWithout, kBoxB);
@@ -700,8 +700,31 @@ TEST(ktmdl_BldBBox, AssemblyThatHoldsItselfEnds)
     fake::Object& occurrence = scene.world.Make("occ").Answer(hostids::Occurrence);
     occurrence.Property(38, fake::givesObject(&assembly));
     assembly.Property(16390, fake::givesObject(&scene.Collection("occs", {&occurrence}, 3)));
+    expectBox(scene, assembly, kWithout, kDefaultBox, 0, {caught(E_UNEXPECTED)});
+}
+
+TEST(ktmdl_BldBBox, AssemblyThatHoldsItselfTwiceEndsToo)
+{
+    Scene scene;
+    fake::Object& assembly = makeAssembly(scene, "asm", {});
+    fake::Object& occurrence = scene.world.Make("occ").Answer(hostids::Occurrence);
+    occurrence.Property(38, fake::givesObject(&assembly));
+    assembly.Property(16390,
+                      fake::givesObject(&scene.Collection("occs", {&occurrence, &occurrence}, 3)));
     expectBox(scene, assembly, kWithout, kDefaultBox, 0,
-              {failedCallForm(kSource, E_UNEXPECTED), caught(E_UNEXPECTED)});
+              {caught(E_UNEXPECTED), caught(E_UNEXPECTED)});
+}
+
+TEST(ktmdl_BldBBox, AssembliesDeeperThan256AreLeftOut)
+{
+    Scene scene;
+    fake::Object* document = &makePart(scene, "part", kBoxB);
+    for (int level = 0; level < 256; ++level) {
+        document = &makeAssembly(scene, "asm" + std::to_string(level), {document});
+    }
+    expectBox(scene, *document, kWithout, kBoxB);
+    expectBox(scene, makeAssembly(scene, "around", {document}), kWithout, kDefaultBox, 0,
+              {caught(E_UNEXPECTED)});
 }
 
 TEST(ktmdl_BldBBox, FeatureOrOtherObjectAsADocumentIsTreatedByItsType)

@@ -172,6 +172,19 @@ TEST(ktmdl_BldRectangularProfile, SizeThatIsNotPositiveIsRefused)
     }
 }
 
+TEST(ktmdl_BldRectangularProfile, SizeThatIsNotFiniteIsRefused)
+{
+    Scene scene;
+    ProfileHost host(scene, Container::Sketch);
+    const IDispatchPtr plane = host.At("plane").Ptr();
+    const IDispatchPtr document = host.At("doc").Ptr();
+    for (const double bad : {HUGE_VAL, std::numeric_limits<double>::quiet_NaN()}) {
+        SCOPED_TRACE(bad);
+        expectRefused(scene, bad, 0.04, plane, document, {kBadSize});
+        expectRefused(scene, 0.06, bad, plane, document, {kBadSize});
+    }
+}
+
 TEST(ktmdl_BldRectangularProfile, SmallestPositiveSizeIsDrawn)
 {
     Scene scene;

@@ -336,7 +336,8 @@ TEST(ktmdl_BldReference, TargetIsKnownByItsIdentity)
         if (withObject) {
             EXPECT_EQ(stage.tree.Made(), Calls{"top.38(DISP face, DISP obj)"});
         } else {
-            EXPECT_TRUE(builder.Reference() == stage.tree.At("T").Ptr());
+            EXPECT_EQ(IUnknownPtr(builder.Reference()).GetInterfacePtr(),
+                      IUnknownPtr(stage.tree.At("T").Ptr()).GetInterfacePtr());
         }
         scene.ExpectLog({});
     }

@@ -1044,9 +1044,10 @@ TEST(ktmdl, OtherExceptionsPassThroughTheQueries)
         EXPECT_ANY_THROW(static_cast<void>(part.Find(&ktmdl::GetDimVarFromSystemName, "d1")));
         Outputs out;
         fake::Object& face = makeFace(scene).Method(233, raise);
-        EXPECT_ANY_THROW(ktmdl::GetFaceInfo(face.Ptr(), out.first, out.second));
+        EXPECT_ANY_THROW(static_cast<void>(ktmdl::GetFaceInfo(face.Ptr(), out.first, out.second)));
         fake::Object& plane = makePlane(scene).Method(L"GetRootPoint", raise);
-        EXPECT_ANY_THROW(ktmdl::GetPlaneInfo(plane.Ptr(), out.first, out.second));
+        EXPECT_ANY_THROW(
+            static_cast<void>(ktmdl::GetPlaneInfo(plane.Ptr(), out.first, out.second)));
         out.Expect({0, 0.6, -0.8, -74}, kUntouchedSecond);
         scene.ExpectLog({});
     }

@@ -709,3 +709,16 @@ TEST(ktmdl_Topo, HasChangedAfterBuildPersistentDataSeesEveryChildAlteredAndTheBo
     EXPECT_EQ(arguments.Ask(family.topo, 0), 1u | 4u);
     EXPECT_EQ(arguments.List(4), (Topos{family.A, family.B}));
 }
+
+TEST(ktmdl_Topo, HasChangedPassesOverNullChildren)
+{
+    for (const Group& group : kGroups) {
+        Scene scene;
+        Family family(scene, group);
+        family.topo->mSubTopos[group.cached] = listOf({Hnd_ktmdl_Topo(), family.A, family.B});
+        Arguments arguments;
+        EXPECT_EQ(arguments.Ask(family.topo, 0), group.countBit);
+        EXPECT_EQ(arguments.List(group.firstList).size(), 2u);
+        EXPECT_EQ(arguments.List(group.firstList + 1).size(), 0u) << "gone";
+    }
+}

@@ -599,6 +599,31 @@ TEST(ktmdl_Topo, DisconnectDocumentTakesEveryUnboundReferencesDocument)
     EXPECT_EQ(other.Held(), 0);
 }
 
+TEST(ktmdl_Topo, DisconnectDocumentTakesAReferencesOwnDocumentForItsArgument)
+{
+    Scene scene;
+    fake::Object& document = scene.world.Make("doc");
+    Hnd_ktmdl_Topo topos[3];
+    unsigned char number = 1;
+    for (Hnd_ktmdl_Topo& topo : topos) {
+        topo = newTopo(scene.Keyed("face" + std::to_string(number), {number}), 5);
+        topo->mDispDoc = document.Ptr();
+        ++number;
+    }
+    ktstd_AsciiString name("part");
+    for (const Hnd_ktmdl_Topo& own : topos) {
+        for (const Hnd_ktmdl_Topo& topo : topos) {
+            topo->mDispDoc = document.Ptr();
+        }
+        EXPECT_EQ(ktmdl_Topo::DisconnectDocument(own->mDispDoc, name), 0);
+        for (const Hnd_ktmdl_Topo& topo : topos) {
+            EXPECT_EQ(topo->mDispTopo.GetInterfacePtr(), nullptr);
+            EXPECT_EQ(topo->mDispDoc.GetInterfacePtr(), nullptr);
+        }
+    }
+    EXPECT_EQ(document.Held(), 0);
+}
+
 TEST(ktmdl_Topo, DisconnectDocumentTouchesRegisteredReferencesOnly)
 {
     Scene scene;

@@ -416,8 +416,18 @@ TEST(ktmdl_Topo, IsClosedCountsNoOtherTruthThanVariantTrue)
         object.Property(85, fake::givesBool(static_cast<VARIANT_BOOL>(value)));
         EXPECT_EQ(topo->IsClosed(), 0) << value;
     }
-    object.Property(85, fake::givesNumber(1));
-    EXPECT_EQ(topo->IsClosed(), 0) << "an integer";
+    for (const LONG value : {1, 255, 0x10000, 0x1FFFF, -65536}) {
+        object.Property(85, fake::givesNumber(value));
+        EXPECT_EQ(topo->IsClosed(), 0) << "the integer " << value;
+    }
+    for (const VARTYPE type : {VT_UI1, VT_I1, VT_UI2, VT_UI4, VT_INT, VT_UINT, VT_I8, VT_UI8}) {
+        object.Property(85, [type](const fake::Args&, VARIANT* aResult) -> HRESULT {
+            aResult->vt = VT_I4;
+            aResult->lVal = 1;
+            return VariantChangeType(aResult, aResult, 0, type);
+        });
+        EXPECT_EQ(topo->IsClosed(), 0) << "type " << type;
+    }
     scene.ExpectLog({});
 }
 

@@ -68,7 +68,7 @@ std::string commentAt(const std::string& text, std::size_t at)
         if (line == std::string::npos || text.compare(line, 2, "//") != 0) {
             break;
         }
-        line += 2;
+        line = text.find_first_not_of(' ', line + 2);
     }
     return comment;
 }
