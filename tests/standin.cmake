@@ -14,6 +14,8 @@ kt_test(standin_tests
   standin_Object_test.cpp
   standin_Parts_test.cpp
   standin_RefPlanes_test.cpp
+  standin_Relations_test.cpp
   standin_Session_test.cpp
+  standin_Sketch_test.cpp
   standin_Variables_test.cpp
   LINK ktstandin)
