@@ -93,17 +93,6 @@ HRESULT toText(const VARIANT& value, BSTR& text) noexcept
     return S_OK;
 }
 
-HRESULT toObject(const VARIANT& value, IDispatch*& object) noexcept
-{
-    const VARTYPE type = V_VT(&value);
-    if (type != VT_DISPATCH &&
-        (type != (VT_BYREF | VT_DISPATCH) || V_DISPATCHREF(&value) == nullptr)) {
-        return DISP_E_TYPEMISMATCH;
-    }
-    object = type == VT_DISPATCH ? V_DISPATCH(&value) : *V_DISPATCHREF(&value);
-    return object == nullptr ? E_POINTER : S_OK;
-}
-
 const char* elementName(VARTYPE type)
 {
     switch (type) {
@@ -171,6 +160,17 @@ HRESULT toLong(const VARIANT& value, LONG& number) noexcept
 HRESULT toDouble(const VARIANT& value, double& number) noexcept
 {
     return convert(value, VT_R8, [&number](const VARIANT& v) { number = V_R8(&v); });
+}
+
+HRESULT toObject(const VARIANT& value, IDispatch*& object) noexcept
+{
+    const VARTYPE type = V_VT(&value);
+    if (type != VT_DISPATCH &&
+        (type != (VT_BYREF | VT_DISPATCH) || V_DISPATCHREF(&value) == nullptr)) {
+        return DISP_E_TYPEMISMATCH;
+    }
+    object = type == VT_DISPATCH ? V_DISPATCH(&value) : *V_DISPATCHREF(&value);
+    return S_OK;
 }
 
 std::string describe(const VARIANT& value)
@@ -294,6 +294,7 @@ void Arguments::check(const Parameter& parameter, Slot& slot, int index) const
         break;
     case Shape::objectIn:
         result = toObject(*slot.value, slot.object);
+        result = SUCCEEDED(result) && slot.object == nullptr ? E_POINTER : result;
         break;
     case Shape::longOut:
         requireReference(value, type == (VT_BYREF | VT_I4), index);
@@ -319,6 +320,9 @@ void Arguments::check(const Parameter& parameter, Slot& slot, int index) const
         break;
     case Shape::longs:
         requireArray(value, VT_I4, index);
+        break;
+    case Shape::objects:
+        requireArray(value, VT_DISPATCH, index);
         break;
     }
     if (FAILED(result)) {

@@ -81,6 +81,11 @@ private:
 //! @return S_OK, DISP_E_TYPEMISMATCH when it is no number
 [[nodiscard]] HRESULT toDouble(const VARIANT& value, double& number) noexcept;
 
+//! Takes the object out of a value: VT_DISPATCH, also by reference, which may be null.
+//! @param object  borrowed
+//! @return S_OK, DISP_E_TYPEMISMATCH for all else
+[[nodiscard]] HRESULT toObject(const VARIANT& value, IDispatch*& object) noexcept;
+
 //! Writes an argument or a result for the journal: 3, 0.05, "text", double[3]&, missing.
 [[nodiscard]] std::string describe(const VARIANT& value);
 

@@ -31,6 +31,11 @@ public:
     //! @param otherwise  when it was left out
     //! @throws CallFailure  DISP_E_TYPEMISMATCH, DISP_E_OVERFLOW
     [[nodiscard]] LONG variantNumber(std::size_t parameter, LONG otherwise) const;
+    //! Gives what a by-value argument holds.
+    [[nodiscard]] const VARIANT& variant(std::size_t parameter) const
+    {
+        return given_.variant(parameter);
+    }
     //! Gives a number.
     //! @throws CallFailure  E_INVALIDARG when it is not finite
     [[nodiscard]] double real(std::size_t parameter) const;

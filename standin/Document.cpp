@@ -44,11 +44,6 @@ public:
     {
         call.answer(asObject(newConstructions(hostState(), opened())));
     }
-    template <IDispatchPtr (*make)(const std::shared_ptr<HostState>&, const DrawingPtr&)>
-    void drawn(Call& call)
-    {
-        call.answer(asObject(make(hostState(), opened()->drawing)));
-    }
     void bindKeyEx(Call& call) { bind(call, 1); }
 
     static const ClassInfo& table();
@@ -75,25 +70,33 @@ const ClassInfo& PartDocument::table()
     static const ClassInfo info{
         "PartDocument", &kIidPartDocument,
         withShared({
-            {8193, "Variables", kGet, {}, handle<PartDocument, &PartDocument::drawn<newVariables>>},
+            {8193,
+             "Variables",
+             kGet,
+             {},
+             handle<DocumentObject, &DocumentObject::drawn<newVariables>>},
             {24677,
              "RefPlanes",
              kGet,
              {},
-             handle<PartDocument, &PartDocument::drawn<newRefPlanes>>},
+             handle<DocumentObject, &DocumentObject::drawn<newRefPlanes>>},
             // The host has no member at this number; callers that take it for RefPlanes get these.
             {24578,
              "RefPlanes",
              kGet,
              {},
-             handle<PartDocument, &PartDocument::drawn<newRefPlanes>>},
+             handle<DocumentObject, &DocumentObject::drawn<newRefPlanes>>},
             {24676,
              "ProfileSets",
              kGet,
              {},
-             handle<PartDocument, &PartDocument::drawn<newProfileSets>>},
+             handle<DocumentObject, &DocumentObject::drawn<newProfileSets>>},
             {24681, "Models", kGet, {}, handle<PartDocument, &PartDocument::models>},
-            {24684, "Sketches", kGet, {}, handle<PartDocument, &PartDocument::drawn<newSketches>>},
+            {24684,
+             "Sketches",
+             kGet,
+             {},
+             handle<DocumentObject, &DocumentObject::drawn<newSketches>>},
             bindKeyMember(24685),
             {24686, "Constructions", kGet, {}, handle<PartDocument, &PartDocument::constructions>},
             {24791,
@@ -124,10 +127,16 @@ void OpenDocument::replace(std::shared_ptr<const PartContent> content)
     part->content = std::move(content);
 }
 
-void OpenDocument::disconnect()
+void OpenDocument::disconnect() noexcept
 {
-    part->connected = false;
+    open = false;
+    if (part) {
+        part->connected = false;
+    }
     drawing->connected = false;
+    if (assembly) {
+        assembly->connected = false;
+    }
     for (const LivePartPtr& construction : constructions) {
         construction->connected = false;
     }
@@ -135,21 +144,33 @@ void OpenDocument::disconnect()
 
 void closeDocument(HostState& host, const std::shared_ptr<OpenDocument>& document)
 {
-    document->open = false;
-    document->disconnect();
     // The document may be given by its place in the very list.
-    const OpenDocument* const closed = document.get();
-    host.documents.erase(
-        std::remove_if(host.documents.begin(), host.documents.end(),
-                       [closed](const auto& each) { return each.get() == closed; }),
-        host.documents.end());
+    const std::shared_ptr<OpenDocument> closed = document;
+    closed->openedItself = false;
+    if (closed->uses > 0) {
+        return;
+    }
+    closed->disconnect();
+    host.documents.erase(std::remove(host.documents.begin(), host.documents.end(), closed),
+                         host.documents.end());
+    if (!closed->assembly) {
+        return;
+    }
+    for (const PlacedDocument& placed : closed->assembly->placed) {
+        if (--placed.document->uses == 0 && !placed.document->openedItself) {
+            closeDocument(host, placed.document);
+        }
+    }
 }
 
 IDispatchPtr documentObject(const std::shared_ptr<HostState>& host,
                             const std::shared_ptr<OpenDocument>& document)
 {
-    return document->object != nullptr ? owned(document->object)
-                                       : owned(new PartDocument(host, document));
+    if (document->object != nullptr) {
+        return owned(document->object);
+    }
+    return document->isAssembly() ? newAssemblyDocument(host, document)
+                                  : owned(new PartDocument(host, document));
 }
 
 IDispatchPtr applicationObject(const std::shared_ptr<HostState>& host)

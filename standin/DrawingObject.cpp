@@ -1,6 +1,7 @@
 #include "standin/DrawingObject.h"
 
 #include "standin/Call.h"
+#include "standin/Document.h"
 #include "standin/Host.h"
 
 #include <algorithm>
@@ -79,6 +80,11 @@ DrawingObject::~DrawingObject()
     }
 }
 
+bool DrawingObject::standsIn(const OpenDocument& document) const noexcept
+{
+    return document.drawing == whole;
+}
+
 IDispatchPtr DrawingObject::twin()
 {
     return makeObject(hostState(), whole, subject, false);
@@ -93,9 +99,8 @@ Drawn DrawingObject::argument(const Call& call, std::size_t parameter,
                               std::initializer_list<DrawnKind> kinds) const
 {
     // The pointer may be anybody's, so that nothing is asked of it before it is recognised.
-    const auto found = host().alive.find(call.object(parameter));
     const auto* known =
-        found == host().alive.end() ? nullptr : dynamic_cast<const DrawingObject*>(found->second);
+        dynamic_cast<const DrawingObject*>(objectBehind(host(), call.object(parameter)));
     if (known == nullptr ||
         std::find(kinds.begin(), kinds.end(), known->subject.kind) == kinds.end()) {
         throw CallFailure{DISP_E_TYPEMISMATCH, std::string(), static_cast<int>(parameter)};

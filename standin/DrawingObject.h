@@ -25,6 +25,7 @@ public:
 
     [[nodiscard]] const Drawn& drawn() const noexcept { return subject; }
     [[nodiscard]] const DrawingPtr& drawing() const noexcept { return whole; }
+    [[nodiscard]] bool standsIn(const OpenDocument& document) const noexcept override;
     IDispatchPtr twin() override;
 
 protected:

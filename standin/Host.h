@@ -32,4 +32,11 @@ struct HostState
     std::map<std::string, std::vector<std::shared_ptr<const PartContent>>> remembered;
 };
 
+//! Gives the session's object behind a pointer that a caller passed; null for anybody else's.
+[[nodiscard]] inline Object* objectBehind(const HostState& host, const IDispatch* passed)
+{
+    const auto found = host.alive.find(passed);
+    return found == host.alive.end() ? nullptr : found->second;
+}
+
 } // namespace standin

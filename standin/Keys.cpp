@@ -1,15 +1,18 @@
 #include "standin/Keys.h"
 
+#include "standin/Call.h"
 #include "standin/Match.h"
 
 #include <cstring>
 #include <istream>
+#include <map>
 #include <unordered_set>
 
 namespace standin {
 namespace {
 
 constexpr std::size_t kSaltBytes = 4;
+constexpr std::size_t kOccurrenceKeyBytes = 16;
 
 //! FNV-1a, kept twice with different starts.
 class Digester
@@ -109,6 +112,19 @@ std::size_t keyBytes(EntityKind kind)
     }
 }
 
+//! Makes a key out of a digest.
+std::string keyOf(const PartDigest& digest, std::size_t bytes)
+{
+    std::string key;
+    for (std::uint64_t block = 0; key.size() < bytes; ++block) {
+        std::uint64_t bits = spread(digest.first + spread(digest.second + block));
+        for (int i = 0; i < 8 && key.size() < bytes; ++i, bits >>= 8) {
+            key += static_cast<char>(static_cast<unsigned char>(bits & 0xFFu));
+        }
+    }
+    return key;
+}
+
 //! Makes keys that no other object of the part has.
 class KeyMaker
 {
@@ -135,15 +151,7 @@ private:
         digester.add(static_cast<std::uint64_t>(entity.body));
         digester.add(static_cast<std::uint64_t>(entity.index));
         digester.add(attempt);
-        const PartDigest digest = digester.digest();
-        std::string key;
-        for (std::uint64_t block = 0; key.size() < keyBytes(entity.kind); ++block) {
-            std::uint64_t bits = spread(digest.first + spread(digest.second + block));
-            for (int i = 0; i < 8 && key.size() < keyBytes(entity.kind); ++i, bits >>= 8) {
-                key += static_cast<char>(static_cast<unsigned char>(bits & 0xFFu));
-            }
-        }
-        return key;
+        return keyOf(digester.digest(), keyBytes(entity.kind));
     }
 
     PartDigest part;
@@ -261,6 +269,23 @@ std::vector<BodyKeys> inheritedKeys(const PartContent& old, const PartContent& p
     return keys;
 }
 
+std::vector<std::string>
+occurrenceKeys(const std::string& assembly,
+               const std::vector<std::pair<std::string, std::string>>& occurrences)
+{
+    std::vector<std::string> keys;
+    std::map<std::pair<std::string, std::string>, std::uint64_t> alike;
+    for (const auto& names : occurrences) {
+        Digester digester;
+        digester.add(assembly);
+        digester.add(names.first);
+        digester.add(names.second);
+        digester.add(++alike[names]);
+        keys.push_back(keyOf(digester.digest(), kOccurrenceKeyBytes));
+    }
+    return keys;
+}
+
 Bytes publishedKey(const std::string& key, std::uint32_t salt)
 {
     Bytes bytes;
@@ -272,6 +297,14 @@ Bytes publishedKey(const std::string& key, std::uint32_t salt)
         bytes.push_back(static_cast<unsigned char>((salt >> (8 * i)) & 0xFFu));
     }
     return bytes;
+}
+
+void answerKey(Call& call, const std::string& key, std::uint32_t salt)
+{
+    Bytes bytes = publishedKey(key, salt);
+    const auto size = static_cast<LONG>(bytes.size());
+    call.put(0, asArray(std::move(bytes)));
+    call.put(1, asLong(size));
 }
 
 std::optional<std::string> innerKey(const Bytes& published)

@@ -31,6 +31,7 @@ enum class Shape
     bytes,      //!< VT_BYREF | VT_ARRAY | VT_UI1, one-dimensional, in and out
     doubles,    //!< VT_BYREF | VT_ARRAY | VT_R8, one-dimensional, in and out
     longs,      //!< VT_BYREF | VT_ARRAY | VT_I4, one-dimensional, in and out
+    objects,    //!< VT_BYREF | VT_ARRAY | VT_DISPATCH, one-dimensional, in and out
 };
 
 struct Parameter

@@ -13,6 +13,7 @@
 namespace standin {
 
 struct HostState;
+class OpenDocument;
 
 //! An automation object. New ones count zero references; take them into a smart pointer at once.
 class Object : public IDispatch
@@ -37,6 +38,12 @@ public:
     [[nodiscard]] const ClassInfo& info() const noexcept { return classInfo; }
     //! Gives the object's number in its session, 1 for the first one.
     [[nodiscard]] long number() const noexcept { return serial; }
+    //! Tells whether the object is something that a document shows now.
+    [[nodiscard]] virtual bool standsIn(const OpenDocument& document) const noexcept
+    {
+        (void)document;
+        return false;
+    }
     //! Makes another COM object for the same thing, or gives this one where there is no such.
     [[nodiscard]] virtual IDispatchPtr twin() { return IDispatchPtr(this); }
 
@@ -60,7 +67,7 @@ private:
     long serial = 0;
 };
 
-//! Takes a new object into a smart pointer without asking it for an interface.
+//! Takes an object into a smart pointer without asking it for an interface.
 [[nodiscard]] inline IDispatchPtr owned(Object* object)
 {
     return IDispatchPtr(static_cast<IDispatch*>(object));

@@ -1,10 +1,12 @@
 #include "standin/Part.h"
 
 #include "standin/Call.h"
+#include "standin/Document.h"
 #include "standin/Host.h"
 #include "standin/Ids.h"
 #include "standin/Keys.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace standin {
@@ -103,6 +105,13 @@ PartObject::~PartObject()
     }
 }
 
+bool PartObject::standsIn(const OpenDocument& document) const noexcept
+{
+    return document.part == part ||
+           std::find(document.constructions.begin(), document.constructions.end(), part) !=
+               document.constructions.end();
+}
+
 IDispatchPtr PartObject::twin()
 {
     return makeObject(hostState(), part, subject, false);
@@ -122,10 +131,7 @@ const std::vector<FeatureSpec>& PartObject::features() const
 
 void PartObject::referenceKey(Call& call)
 {
-    Bytes key = publishedKey(content().key(subject), host().options.keySalt);
-    const auto size = static_cast<LONG>(key.size());
-    call.put(0, asArray(std::move(key)));
-    call.put(1, asLong(size));
+    answerKey(call, content().key(subject), host().options.keySalt);
 }
 
 void PartObject::exactRange(Call& call)

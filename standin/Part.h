@@ -36,6 +36,7 @@ public:
     ~PartObject() override;
 
     [[nodiscard]] const Entity& entity() const noexcept { return subject; }
+    [[nodiscard]] bool standsIn(const OpenDocument& document) const noexcept override;
     IDispatchPtr twin() override;
 
 protected:

@@ -3,7 +3,9 @@
 #include "standin/Object.h"
 #include "standin/Text.h"
 
+#include <algorithm>
 #include <cstring>
+#include <type_traits>
 
 namespace standin {
 namespace {
@@ -18,7 +20,7 @@ const char* const kNotANumber = "not a number";
 bool isArray(const Value& value)
 {
     return std::holds_alternative<Doubles>(value) || std::holds_alternative<Longs>(value) ||
-           std::holds_alternative<Bytes>(value);
+           std::holds_alternative<Bytes>(value) || std::holds_alternative<Objects>(value);
 }
 
 bool isObject(const Value& value)
@@ -46,22 +48,32 @@ auto onArray(const Value& value, Each each)
     if (const auto* integers = std::get_if<Longs>(&value)) {
         return each(*integers);
     }
+    if (const auto* objects = std::get_if<Objects>(&value)) {
+        return each(*objects);
+    }
     return each(std::get<Bytes>(value));
 }
 
 VARTYPE naturalType(const Value& value)
 {
-    return std::holds_alternative<Doubles>(value) ? static_cast<VARTYPE>(VT_R8)
-           : std::holds_alternative<Longs>(value) ? static_cast<VARTYPE>(VT_I4)
-                                                  : static_cast<VARTYPE>(VT_UI1);
+    return std::holds_alternative<Doubles>(value)   ? static_cast<VARTYPE>(VT_R8)
+           : std::holds_alternative<Longs>(value)   ? static_cast<VARTYPE>(VT_I4)
+           : std::holds_alternative<Objects>(value) ? static_cast<VARTYPE>(VT_DISPATCH)
+                                                    : static_cast<VARTYPE>(VT_UI1);
 }
 
 template <typename To, typename From>
 void copyElements(void* target, const From& source)
 {
     To* place = static_cast<To*>(target);
-    for (const auto element : source) {
-        *place++ = static_cast<To>(element);
+    for (const auto& element : source) {
+        if constexpr (std::is_same_v<To, IDispatch*>) {
+            *place++ = IDispatchPtr(element).Detach();
+        } else if constexpr (std::is_same_v<From, Objects>) {
+            *place++ = To(); // an object is no number
+        } else {
+            *place++ = static_cast<To>(element);
+        }
     }
 }
 
@@ -91,6 +103,8 @@ public:
                 copyElements<double>(data, elements);
             } else if (type == VT_I4) {
                 copyElements<LONG>(data, elements);
+            } else if constexpr (std::is_same_v<std::decay_t<decltype(elements)>, Objects>) {
+                copyElements<IDispatch*>(data, elements);
             } else {
                 copyElements<BYTE>(data, elements);
             }
@@ -148,8 +162,9 @@ bool fits(SAFEARRAY* array, const Packed& packed)
 {
     LONG from = 0;
     LONG to = -1;
-    if (array == nullptr || packed.tampered || FAILED(SafeArrayGetLBound(array, 1, &from)) ||
-        FAILED(SafeArrayGetUBound(array, 1, &to))) {
+    // An array of objects is always made anew: the caller's elements are the caller's.
+    if (array == nullptr || packed.tampered || std::holds_alternative<Objects>(packed.value) ||
+        FAILED(SafeArrayGetLBound(array, 1, &from)) || FAILED(SafeArrayGetUBound(array, 1, &to))) {
         return false;
     }
     const auto held = static_cast<long long>(to) - from + 1;
@@ -165,8 +180,11 @@ void overwrite(SAFEARRAY* array, const Value& value)
         return;
     }
     onArray(value, [data](const auto& elements) {
-        if (!elements.empty()) {
-            std::memcpy(data, elements.data(), elements.size() * sizeof elements[0]);
+        using Element = typename std::decay_t<decltype(elements)>::value_type;
+        if constexpr (std::is_trivially_copyable_v<Element>) {
+            if (!elements.empty()) {
+                std::memcpy(data, elements.data(), elements.size() * sizeof(Element));
+            }
         }
     });
     SafeArrayUnaccessData(array);
@@ -212,7 +230,7 @@ void cutArray(Value& value, bool whole)
         [whole](auto& held) {
             using Held = std::decay_t<decltype(held)>;
             if constexpr (std::is_same_v<Held, Doubles> || std::is_same_v<Held, Longs> ||
-                          std::is_same_v<Held, Bytes>) {
+                          std::is_same_v<Held, Bytes> || std::is_same_v<Held, Objects>) {
                 held.resize(whole || held.empty() ? 0 : held.size() - 1);
             }
         },
@@ -243,6 +261,13 @@ void changeArray(FaultKind kind, Packed& packed)
     }
 }
 
+void replaceByTwin(IDispatchPtr& object)
+{
+    if (auto* known = dynamic_cast<Object*>(object.GetInterfacePtr())) {
+        object = known->twin();
+    }
+}
+
 void answerDifferently(Value& value)
 {
     if (auto* integer = std::get_if<std::int32_t>(&value)) {
@@ -254,9 +279,9 @@ void answerDifferently(Value& value)
     } else if (auto* text = std::get_if<std::string>(&value)) {
         *text += "~";
     } else if (auto* object = std::get_if<IDispatchPtr>(&value)) {
-        if (auto* known = dynamic_cast<Object*>(object->GetInterfacePtr())) {
-            *object = known->twin();
-        }
+        replaceByTwin(*object);
+    } else if (auto* objects = std::get_if<Objects>(&value)) {
+        std::for_each(objects->begin(), objects->end(), replaceByTwin);
     } else if (auto* reals = std::get_if<Doubles>(&value)) {
         for (double& each : *reals) {
             each += 1.0;

@@ -21,10 +21,11 @@ class Object;
 using Doubles = std::vector<double>;
 using Longs = std::vector<std::int32_t>;
 using Bytes = std::vector<unsigned char>;
+using Objects = std::vector<IDispatchPtr>;
 
 //! An answer; monostate: nothing. Texts are UTF-8.
 using Value = std::variant<std::monostate, std::int32_t, double, bool, std::string, IDispatchPtr,
-                           Doubles, Longs, Bytes, _variant_t>;
+                           Doubles, Longs, Bytes, Objects, _variant_t>;
 
 [[nodiscard]] inline Value asLong(LONG value)
 {

@@ -3,124 +3,14 @@
 #include "standin/Document.h"
 #include "standin/Host.h"
 #include "standin/Keys.h"
-#include "standin/step/StepFile.h"
+#include "standin/Opener.h"
 
-#include <algorithm>
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <utility>
 
 namespace standin {
 namespace {
-
-using ContentPtr = std::shared_ptr<PartContent>;
-
-//! Gives the products that have bodies.
-std::vector<std::size_t> partsOf(const geom::Model& model)
-{
-    std::vector<std::size_t> parts;
-    for (std::size_t i = 0; i < model.products.size(); ++i) {
-        if (!model.products[i].bodies.empty()) {
-            parts.push_back(i);
-        }
-    }
-    return parts;
-}
-
-std::size_t chosenPart(const geom::Model& model, const std::string& name,
-                       const OpenOptions& options)
-{
-    const std::vector<std::size_t> parts = partsOf(model);
-    if (options.product != geom::kNone) {
-        if (std::find(parts.begin(), parts.end(), options.product) == parts.end()) {
-            throw HostError("open " + name + ": product " + std::to_string(options.product) +
-                            " holds no body");
-        }
-        return options.product;
-    }
-    if (parts.empty()) {
-        throw HostError("open " + name + ": there is no body in it");
-    }
-    if (parts.size() > 1) {
-        std::string list;
-        for (const std::size_t part : parts) {
-            list += (list.empty() ? "" : ", ") + std::to_string(part) + " \"" +
-                    model.products[part].name + "\"";
-        }
-        throw HostError("open " + name + ": it holds several parts, choose one: " + list);
-    }
-    return parts.front();
-}
-
-PartDigest digestOfFile(const std::string& path)
-{
-    std::ifstream file(std::filesystem::u8path(path), std::ios::binary);
-    if (!file) {
-        throw HostError("open " + path + ": the file can't be read");
-    }
-    return digestOf(file);
-}
-
-ContentPtr contentOf(geom::Product& product, const PartDigest& digest,
-                     const std::vector<std::string>& warnings)
-{
-    return std::make_shared<PartContent>(product.name, std::move(product.bodies), digest, warnings);
-}
-
-ContentPtr readPart(const std::string& path, const OpenOptions& options)
-{
-    geom::Model model = step::readFile(path);
-    const std::size_t part = chosenPart(model, path, options);
-    return contentOf(model.products[part], mixed(digestOfFile(path), part), model.warnings);
-}
-
-ContentPtr takePart(geom::Model& model, const std::string& name, const OpenOptions& options)
-{
-    geom::Product& product = model.products[chosenPart(model, name, options)];
-    const PartDigest digest = digestOf(product.bodies);
-    return contentOf(product, digest, model.warnings);
-}
-
-//! Gives a part its keys, with regard to what has been opened as the same document before, and
-//! remembers it there.
-void remember(HostState& host, const std::string& fullName, const ContentPtr& content)
-{
-    auto& history = host.remembered[fullName];
-    const auto same = std::find_if(history.begin(), history.end(), [&content](const auto& each) {
-        return each->digest() == content->digest();
-    });
-    if (same != history.end()) {
-        content->setKeys((*same)->keys());
-        history.erase(same);
-    } else if (!history.empty()) {
-        content->setKeys(inheritedKeys(*history.back(), *content));
-    } else {
-        content->setKeys(freshKeys(*content));
-    }
-    history.push_back(content);
-}
-
-std::shared_ptr<OpenDocument> findOpen(const HostState& host, const std::string& fullName)
-{
-    for (const auto& document : host.documents) {
-        if (document->fullName == fullName) {
-            return document;
-        }
-    }
-    return nullptr;
-}
-
-void requireFreeName(const HostState& host, const std::string& fullName)
-{
-    if (fullName.empty()) {
-        throw HostError("a document needs a name");
-    }
-    if (findOpen(host, fullName)) {
-        throw HostError("a document named " + fullName + " is open");
-    }
-}
 
 std::shared_ptr<OpenDocument> findOpen(const HostState& host, IDispatch* object)
 {
@@ -139,15 +29,42 @@ void requireFinite(const char* what, double value)
     }
 }
 
-//! Gives names to the parts of a file with several.
-std::string nameOfPart(const std::string& path, const std::string& product, const HostState& host)
+std::shared_ptr<OpenDocument> requirePart(const std::shared_ptr<OpenDocument>& document)
 {
-    const std::string name = path + "!" + product;
-    std::string candidate = name;
-    for (int again = 2; findOpen(host, candidate); ++again) {
-        candidate = name + "(" + std::to_string(again) + ")";
+    if (document->isAssembly()) {
+        throw HostError(document->fullName + " is an assembly");
     }
-    return candidate;
+    return document;
+}
+
+const std::string& nameFor(const std::string& source, const OpenOptions& options)
+{
+    return options.as.empty() ? source : options.as;
+}
+
+//! Most occurrences that a view of an assembly shows.
+constexpr std::size_t kMostOccurrences = 1000000;
+
+//! @param left  how many more there may be
+std::vector<OccurrenceView> viewOf(const LiveAssembly& assembly, std::size_t& left)
+{
+    std::vector<OccurrenceView> views;
+    for (const PlacedDocument& placed : assembly.placed) {
+        if (left-- == 0) {
+            throw HostError("the assembly has more than " + std::to_string(kMostOccurrences) +
+                            " occurrences");
+        }
+        OccurrenceView view;
+        view.name = placed.name;
+        view.document = placed.document->fullName;
+        view.subassembly = placed.document->isAssembly();
+        view.placement = placed.placement;
+        if (view.subassembly) {
+            view.occurrences = viewOf(*placed.document->assembly, left);
+        }
+        views.push_back(std::move(view));
+    }
+    return views;
 }
 
 } // namespace
@@ -159,51 +76,85 @@ Session::Session(const SessionOptions& options) : state(std::make_shared<HostSta
 
 Session::~Session()
 {
-    while (!state->documents.empty()) {
-        closeDocument(*state, state->documents.back());
+    for (const auto& document : state->documents) {
+        document->disconnect();
     }
+    state->documents.clear();
 }
 
-IDispatchPtr Session::open(std::shared_ptr<PartContent> content, const std::string& fullName)
+IDispatchPtr Session::shown(const std::shared_ptr<OpenDocument>& document)
 {
-    requireFreeName(*state, fullName);
-    remember(*state, fullName, content);
-    auto document = std::make_shared<OpenDocument>();
-    document->fullName = fullName;
-    document->replace(std::move(content));
-    state->documents.push_back(document);
+    document->openedItself = true;
     return documentObject(state, document);
+}
+
+IDispatchPtr Session::openPart(Opener& opener, const std::string& fullName,
+                               const OpenOptions& options)
+{
+    return shown(opener.openPart(opener.choosePart(options), fullName));
+}
+
+IDispatchPtr Session::openAssembly(Opener& opener, const std::string& fullName,
+                                   const OpenOptions& options)
+{
+    return shown(opener.openAssembly(opener.chooseAssembly(options), fullName, fullName));
 }
 
 IDispatchPtr Session::openPart(const std::string& path, const OpenOptions& options)
 {
-    const std::string fullName = options.as.empty() ? path : options.as;
-    requireFreeName(*state, fullName);
-    return open(readPart(path, options), fullName);
+    requireFreeName(*state, nameFor(path, options));
+    Opener opener(*state, path);
+    return openPart(opener, nameFor(path, options), options);
 }
 
 IDispatchPtr Session::openPart(geom::Model model, const std::string& fullName,
                                const OpenOptions& options)
 {
-    const std::string name = options.as.empty() ? fullName : options.as;
-    requireFreeName(*state, name);
-    return open(takePart(model, name, options), name);
+    Opener opener(*state, std::move(model), nameFor(fullName, options));
+    return openPart(opener, nameFor(fullName, options), options);
+}
+
+IDispatchPtr Session::openAssembly(const std::string& path, const OpenOptions& options)
+{
+    requireFreeName(*state, nameFor(path, options));
+    Opener opener(*state, path);
+    return openAssembly(opener, nameFor(path, options), options);
+}
+
+IDispatchPtr Session::openAssembly(geom::Model model, const std::string& fullName,
+                                   const OpenOptions& options)
+{
+    Opener opener(*state, std::move(model), nameFor(fullName, options));
+    return openAssembly(opener, nameFor(fullName, options), options);
+}
+
+IDispatchPtr Session::open(const std::string& path, const OpenOptions& options)
+{
+    requireFreeName(*state, nameFor(path, options));
+    Opener opener(*state, path);
+    return opener.holdsAssembly(options) ? openAssembly(opener, nameFor(path, options), options)
+                                         : openPart(opener, nameFor(path, options), options);
+}
+
+IDispatchPtr Session::open(geom::Model model, const std::string& fullName,
+                           const OpenOptions& options)
+{
+    Opener opener(*state, std::move(model), nameFor(fullName, options));
+    return opener.holdsAssembly(options) ? openAssembly(opener, nameFor(fullName, options), options)
+                                         : openPart(opener, nameFor(fullName, options), options);
 }
 
 std::vector<IDispatchPtr> Session::openParts(const std::string& path, const OpenOptions& options)
 {
-    const std::string base = options.as.empty() ? path : options.as;
-    geom::Model model = step::readFile(path);
-    const std::vector<std::size_t> parts = partsOf(model);
-    if (parts.empty()) {
-        throw HostError("open " + path + ": there is no body in it");
+    const std::string base = nameFor(path, options);
+    Opener opener(*state, path);
+    const std::vector<std::size_t> parts = opener.parts();
+    if (parts.size() <= 1) {
+        return {openPart(opener, base, OpenOptions())};
     }
-    const PartDigest digest = digestOfFile(path);
     std::vector<IDispatchPtr> documents;
-    for (const std::size_t part : parts) {
-        geom::Product& product = model.products[part];
-        const std::string name = parts.size() == 1 ? base : nameOfPart(base, product.name, *state);
-        documents.push_back(open(contentOf(product, mixed(digest, part), model.warnings), name));
+    for (const auto& document : opener.openParts(parts, base)) {
+        documents.push_back(shown(document));
     }
     return documents;
 }
@@ -211,25 +162,28 @@ std::vector<IDispatchPtr> Session::openParts(const std::string& path, const Open
 IDispatchPtr Session::openChanged(const std::string& oldPath, const std::string& newPath,
                                   const OpenOptions& options)
 {
-    const std::string fullName = options.as.empty() ? oldPath : options.as;
+    const std::string& fullName = nameFor(oldPath, options);
     requireFreeName(*state, fullName);
-    const ContentPtr old = readPart(oldPath, options);
-    ContentPtr changed = readPart(newPath, options);
-    remember(*state, fullName, old);
-    return open(std::move(changed), fullName);
+    Opener old(*state, oldPath);
+    const std::size_t oldPart = old.choosePart(options);
+    Opener changed(*state, newPath);
+    const std::size_t changedPart = changed.choosePart(options);
+    remember(*state, fullName, old.takePart(oldPart));
+    return shown(changed.openPart(changedPart, fullName));
 }
 
 void Session::change(IDispatch* document, geom::Model model, const OpenOptions& options)
 {
-    const std::shared_ptr<OpenDocument> opened = findOpen(*state, document);
-    ContentPtr content = takePart(model, opened->fullName, options);
+    const std::shared_ptr<OpenDocument> opened = requirePart(findOpen(*state, document));
+    Opener opener(*state, std::move(model), opened->fullName);
+    std::shared_ptr<PartContent> content = opener.takePart(opener.choosePart(options));
     remember(*state, opened->fullName, content);
     opened->replace(std::move(content));
 }
 
 LONG Session::addFeature(IDispatch* document, std::size_t model, const FeatureSpec& feature)
 {
-    LivePart& part = *findOpen(*state, document)->part;
+    LivePart& part = *requirePart(findOpen(*state, document))->part;
     if (model >= part.content->bodies().size()) {
         throw HostError("add a feature: there is no model " + std::to_string(model));
     }
@@ -239,7 +193,7 @@ LONG Session::addFeature(IDispatch* document, std::size_t model, const FeatureSp
 
 LONG Session::addConstruction(IDispatch* document, ConstructionSpec construction)
 {
-    const std::shared_ptr<OpenDocument> opened = findOpen(*state, document);
+    const std::shared_ptr<OpenDocument> opened = requirePart(findOpen(*state, document));
     std::vector<geom::Body> bodies;
     bodies.push_back(std::move(construction.body));
     // Equal bodies have different keys.
@@ -327,12 +281,34 @@ std::vector<IDispatchPtr> Session::documents()
 
 const std::vector<geom::Body>& Session::bodies(IDispatch* document) const
 {
-    return findOpen(*state, document)->part->content->bodies();
+    return requirePart(findOpen(*state, document))->part->content->bodies();
 }
 
 const std::vector<std::string>& Session::warnings(IDispatch* document) const
 {
-    return findOpen(*state, document)->part->content->warnings();
+    const OpenDocument& opened = *findOpen(*state, document);
+    return opened.isAssembly() ? opened.assembly->warnings : opened.part->content->warnings();
+}
+
+std::vector<OccurrenceView> Session::occurrences(IDispatch* document) const
+{
+    const OpenDocument& opened = *findOpen(*state, document);
+    std::size_t left = kMostOccurrences;
+    return opened.isAssembly() ? viewOf(*opened.assembly, left) : std::vector<OccurrenceView>();
+}
+
+void Session::setType(IDispatch* document, LONG type)
+{
+    findOpen(*state, document)->type = type;
+}
+
+void Session::loseDocument(IDispatch* occurrence, HRESULT code)
+{
+    auto* const known = dynamic_cast<Occurrence*>(objectBehind(*state, occurrence));
+    if (known == nullptr || !known->step().assembly->connected) {
+        throw HostError("the object is not an occurrence of an open assembly of this session");
+    }
+    known->step().placed().lost = code;
 }
 
 FaultPlan& Session::faults() noexcept

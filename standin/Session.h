@@ -20,7 +20,8 @@
 namespace standin {
 
 struct HostState;
-class PartContent;
+class OpenDocument;
+class Opener;
 
 //! How a document answers BindKeyToObject when no object has the key.
 enum class UnboundKey
@@ -41,9 +42,19 @@ struct SessionOptions
 struct OpenOptions
 {
     std::string as; //!< the document's FullName; empty: the path
-    //! Which part of a file with several: the product's index in geom::Model::products. kNone: the
-    //! only one that has bodies.
+    //! Which product of a file with several: its index in geom::Model::products. kNone: the only
+    //! part that has bodies, or the only assembly that no occurrence uses.
     std::size_t product = geom::kNone;
+};
+
+//! An occurrence of an assembly, and what is below it.
+struct OccurrenceView
+{
+    std::string name;
+    std::string document; //!< full name of the document that it shows
+    bool subassembly = false;
+    geom::Placement placement; //!< from that document's space to its assembly's
+    std::vector<OccurrenceView> occurrences;
 };
 
 //! A running host.
@@ -58,6 +69,10 @@ struct OpenOptions
 //! the part opened there last: when another part is opened as that name, what is recognisably the
 //! same body, face or edge keeps its key. A session that has not had the old part open itself is
 //! told of it by openChanged.
+//!
+//! Assemblies. With an assembly open the documents that its occurrences show, one for each product
+//! however often it is used, and each stays open until the last open assembly that shows it is
+//! closed, and longer when it was also opened for itself.
 class Session
 {
 public:
@@ -81,9 +96,34 @@ public:
     IDispatchPtr openPart(geom::Model model, const std::string& fullName,
                           const OpenOptions& options = {});
 
+    //! Opens an assembly from a STEP file. The documents of its occurrences are named
+    //! "path!product", with "(2)", "(3)", ... behind a name that an earlier product of the file
+    //! has. One of that name that is open from the same file is shown again.
+    //! @param path  UTF-8
+    //! @return      the assembly document
+    //! @throws step::StepError  the file can't be used
+    //! @throws HostError        another document of one of the names is open; the file holds no
+    //!                          assembly or, when none is chosen, several (the text lists them);
+    //!                          occurrences are deeper than 200 levels
+    IDispatchPtr openAssembly(const std::string& path, const OpenOptions& options = {});
+
+    //! Opens an assembly from memory. A product without bodies and occurrences is an assembly with
+    //! nothing in it when the model has no other.
+    //! @throws HostError  as for a file; an occurrence names no product, a product is used inside
+    //!                    itself, a placement is not finite
+    IDispatchPtr openAssembly(geom::Model model, const std::string& fullName,
+                              const OpenOptions& options = {});
+
+    //! Opens what a STEP file holds: as openAssembly when a product, or the one chosen, has
+    //! occurrences, else as openPart.
+    IDispatchPtr open(const std::string& path, const OpenOptions& options = {});
+    //! Opens what a model holds, as for a file.
+    IDispatchPtr open(geom::Model model, const std::string& fullName,
+                      const OpenOptions& options = {});
+
     //! Opens every part of a STEP file, one document for each product that has bodies, in the order
-    //! of the file. A single one is named as the file; several are named "path!product", with
-    //! "(2)", "(3)", ... behind a name that occurs again.
+    //! of the file. A single one is named as the file; several are named as openAssembly names
+    //! them, and one that is open already is given again.
     //! @throws  as openPart
     std::vector<IDispatchPtr> openParts(const std::string& path, const OpenOptions& options = {});
 
@@ -96,18 +136,19 @@ public:
     //! Changes an open document in place, as a recompute does: the document object lives on, the
     //! objects of its models, bodies, faces and edges are disconnected, keys follow what is
     //! recognisable.
-    //! @throws HostError  the object is not an open document of this session; the model holds no
-    //!                    part or several
+    //! @throws HostError  the object is not an open part document of this session; the model holds
+    //!                    no part or several
     void change(IDispatch* document, geom::Model model, const OpenOptions& options = {});
 
     //! Adds a feature to a model of a part. Features are gone when change() replaces the models.
     //! @param model  0 for the first one
     //! @return       its number in the model's features, from 1
-    //! @throws HostError  the object is not an open document of this session; it has no such model
+    //! @throws HostError  the object is not an open part document of this session; it has no
+    //!                    such model
     LONG addFeature(IDispatch* document, std::size_t model, const FeatureSpec& feature);
     //! Adds a construction to a part. Its faces and edges have keys, as those of the models have.
     //! @return  its number in the constructions, from 1
-    //! @throws HostError  the object is not an open document of this session
+    //! @throws HostError  the object is not an open part document of this session
     LONG addConstruction(IDispatch* document, ConstructionSpec construction);
 
     //! Adds a variable to a document of either kind.
@@ -129,7 +170,7 @@ public:
     //! @throws HostError  the object is not an open document of this session
     [[nodiscard]] std::vector<ProfileView> profiles(IDispatch* document) const;
 
-    //! Closes a document, as its own Close does.
+    //! Closes a document, as its own Close does. One that an open assembly shows stays open for it.
     //! @throws HostError  the object is not an open document of this session
     void close(IDispatch* document);
 
@@ -145,19 +186,35 @@ public:
     //! Gives the open documents, oldest first.
     [[nodiscard]] std::vector<IDispatchPtr> documents();
 
-    //! Gives the part behind an open document: its bodies in the order of the models collection.
+    //! Makes a document answer another number as its Type: 4 for a sheet metal part, say.
     //! @throws HostError  the object is not an open document of this session
+    void setType(IDispatch* document, LONG type);
+    //! Makes an occurrence one whose document could not be loaded.
+    //! @param code  what OccurrenceDocument answers; success stands for a null object
+    //! @throws HostError  the object is not an occurrence of an open assembly of this session
+    void loseDocument(IDispatch* occurrence, HRESULT code = E_FAIL);
+
+    //! Gives the part behind an open document: its bodies in the order of the models collection.
+    //! @throws HostError  the object is not an open part document of this session
     [[nodiscard]] const std::vector<geom::Body>& bodies(IDispatch* document) const;
     //! Gives what the reader of the document's file left out, one line each.
     //! @throws HostError  the object is not an open document of this session
     [[nodiscard]] const std::vector<std::string>& warnings(IDispatch* document) const;
+
+    //! Gives the occurrences of an assembly and all below them; none for a part.
+    //! @throws HostError  the object is not an open document of this session; there are more than a
+    //!                    million
+    [[nodiscard]] std::vector<OccurrenceView> occurrences(IDispatch* document) const;
 
     [[nodiscard]] FaultPlan& faults() noexcept;
     [[nodiscard]] Journal& journal() noexcept;
     [[nodiscard]] const Census& census() const noexcept;
 
 private:
-    IDispatchPtr open(std::shared_ptr<PartContent> content, const std::string& fullName);
+    IDispatchPtr shown(const std::shared_ptr<OpenDocument>& document);
+    IDispatchPtr openPart(Opener& opener, const std::string& fullName, const OpenOptions& options);
+    IDispatchPtr openAssembly(Opener& opener, const std::string& fullName,
+                              const OpenOptions& options);
 
     std::shared_ptr<HostState> state;
 };

@@ -1,7 +1,6 @@
 //! Sketches, profile sets and layouts, profiles, lines, projected planes, and the end of a profile.
 
-#include "standin/DrawingObject.h"
-#include "standin/Host.h"
+#include "support/AssemblyObjects.h"
 #include "support/CensusGuard.h"
 #include "support/HostDrawing.h"
 
@@ -333,7 +332,6 @@ TEST_F(standin_Sketch, FaultsStrikeAsElsewhere)
     EXPECT_TRUE(addRelation(profile, kAddHorizontal, twin).ok()) << "it stands for the same line";
 }
 
-//! Layouts are of assemblies; all that they need is the drawing.
 class standin_Layouts : public HostTest
 {
 protected:
@@ -345,10 +343,10 @@ protected:
         return method(layouts, 1, arguments);
     }
 
-    std::shared_ptr<standin::HostState> host = std::make_shared<standin::HostState>();
-    standin::DrawingPtr drawing = std::make_shared<standin::Drawing>();
-    IDispatchPtr planes = standin::newAsmRefPlanes(host, drawing);
-    IDispatchPtr layouts = standin::newLayouts(host, drawing);
+    standin::Session session;
+    IDispatchPtr assembly = session.openAssembly(viceModel(), "vice.asm");
+    IDispatchPtr planes = need(get(assembly, 24578));
+    IDispatchPtr layouts = need(get(assembly, 24584));
 };
 
 TEST_F(standin_Layouts, EachComesWithAProfile)
@@ -360,7 +358,7 @@ TEST_F(standin_Layouts, EachComesWithAProfile)
     const IDispatchPtr profile = need(get(layout, 3));
     addLine(profile, 0.0, 0.0, 0.1, 0.0);
     need(method(profile, 113, {objectValue(item(planes, 3))}));
-    const std::vector<standin::ProfileView> views = drawing->views();
+    const std::vector<standin::ProfileView> views = session.profiles(assembly);
     ASSERT_EQ(views.size(), 1u);
     EXPECT_EQ(views[0].container, standin::ContainerKind::layout);
     EXPECT_EQ(views[0].planeNumber, 2);
@@ -383,13 +381,23 @@ TEST_F(standin_Layouts, AnExistingOneIsGivenWhenAskedFor)
     EXPECT_EQ(get(layouts, 3).number(), 5);
 }
 
+TEST_F(standin_Layouts, GoWithTheirAssembly)
+{
+    const IDispatchPtr layout = need(add(1));
+    const IDispatchPtr profile = need(get(layout, 3));
+    session.close(assembly);
+    EXPECT_EQ(get(layouts, 3).code, RPC_E_DISCONNECTED);
+    EXPECT_EQ(get(layout, 3).code, RPC_E_DISCONNECTED);
+    EXPECT_EQ(get(profile, 10).code, RPC_E_DISCONNECTED);
+}
+
 TEST_F(standin_Layouts, TakePlanesOfAssembliesOnly)
 {
-    const IDispatchPtr partPlanes = standin::newRefPlanes(host, drawing);
-    EXPECT_EQ(method(layouts, 1, {objectValue(item(partPlanes, 1))}).code, DISP_E_TYPEMISMATCH);
-    const auto other = std::make_shared<standin::Drawing>();
-    const IDispatchPtr otherPlanes = standin::newAsmRefPlanes(host, other);
-    EXPECT_EQ(method(layouts, 1, {objectValue(item(otherPlanes, 1))}).failure(), E_INVALIDARG);
+    const IDispatchPtr part = openBody(session, plainBox());
+    EXPECT_EQ(method(layouts, 1, {objectValue(planeOf(part, 1))}).code, DISP_E_TYPEMISMATCH);
+    const IDispatchPtr other = session.openAssembly(viceModel(), "other.asm");
+    const IDispatchPtr plane = item(need(get(other, 24578)), 1);
+    EXPECT_EQ(method(layouts, 1, {objectValue(plane)}).failure(), E_INVALIDARG);
     EXPECT_EQ(get(layouts, 3).number(), 0);
 }
 
