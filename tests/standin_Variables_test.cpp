@@ -218,6 +218,24 @@ TEST_F(standin_FourVariables, TheCollectionKnowsItsOwnOnly)
     EXPECT_EQ(method(variables(), 25, {objectValue(stranger)}).code, DISP_E_TYPEMISMATCH);
 }
 
+TEST_F(standin_FourVariables, TextsAndObjectsAreTakenByReferenceToo)
+{
+    const IDispatchPtr variable = item(variables(), 4);
+    IDispatch* object = variable.GetInterfacePtr();
+    EXPECT_EQ(method(variables(), 25, {reference(object)}).text(), "V11");
+    _variant_t inside(object);
+    EXPECT_EQ(method(variables(), 25, {reference(inside)}).text(), "V11");
+    object = nullptr;
+    EXPECT_EQ(method(variables(), 25, {reference(object)}).code, E_POINTER);
+    const _variant_t name(L"Depth");
+    BSTR text = V_BSTR(&name);
+    const IDispatchPtr list = need(method(variables(), 27, {reference(text)}));
+    EXPECT_EQ(get(list, 50).number(), 1);
+    text = nullptr;
+    EXPECT_EQ(get(need(method(variables(), 27, {reference(text)})), 50).number(), 0)
+        << "a null text is empty";
+}
+
 TEST_F(standin_FourVariables, AVariableHasValueAndFormula)
 {
     standin::VariableSpec spec = variableNamed("area", "A", 0.25);
