@@ -112,6 +112,15 @@ TEST_F(standin_Variables, NamesThatAreNotGivenAreMade)
     EXPECT_EQ(get(item(variables(), 3), 1).text(), "a");
 }
 
+TEST_F(standin_Variables, NamesThatAreMadeAreFree)
+{
+    session.addVariable(document, variableNamed("a", "V1"));
+    session.addDimension(document, dimensionNamed("b", "V3"));
+    session.addVariable(document, {});
+    session.addVariable(document, {});
+    EXPECT_EQ(found(L"*"), "V1 V3 V2 V4 ");
+}
+
 TEST_F(standin_FourVariables, StandInTheOrderOfTheirMaking)
 {
     EXPECT_EQ(get(variables(), 20).number(), 4);
