@@ -10,40 +10,6 @@ namespace {
 using namespace support;
 using standin::FaultKind;
 
-//! What GetOccurrencesInPath answers.
-struct Path
-{
-    IDispatchPtr top;
-    LONG below = -1;
-    LONG bound = -1;
-    std::vector<IDispatchPtr> occurrences;
-};
-
-//! Takes the objects out of an array; they are its no more.
-std::vector<IDispatchPtr> objectsIn(const Array& array)
-{
-    std::vector<IDispatchPtr> objects;
-    for (IDispatch* each : array.elements<IDispatch*>()) {
-        objects.emplace_back(each);
-    }
-    return objects;
-}
-
-Path pathOf(const IDispatchPtr& reference)
-{
-    Path path;
-    IDispatch* top = nullptr;
-    Array objects;
-    const Outcome outcome =
-        method(reference, 10,
-               {support::reference(top), support::reference(path.below),
-                support::reference(path.bound), support::reference(objects, VT_DISPATCH)});
-    EXPECT_EQ(outcome.code, S_OK) << outcome.description;
-    path.top = IDispatchPtr(top, false);
-    path.occurrences = objectsIn(objects);
-    return path;
-}
-
 std::vector<double> matrixOf(const IDispatchPtr& reference)
 {
     Array matrix;
@@ -127,13 +93,13 @@ TEST_F(standin_Reference, GoesDownByWrappingOnePerLevel)
     EXPECT_EQ(need(get(outer, 4)).GetInterfacePtr(), face.GetInterfacePtr());
     EXPECT_EQ(need(get(outer, 5)).GetInterfacePtr(), front.GetInterfacePtr());
     EXPECT_EQ(need(get(outer, 7)).GetInterfacePtr(), bolt.GetInterfacePtr());
-    const Path path = pathOf(outer);
+    const support::OccurrencePath path = pathOf(outer);
     EXPECT_EQ(path.top.GetInterfacePtr(), front.GetInterfacePtr());
     EXPECT_EQ(path.below, 1);
     EXPECT_EQ(path.bound, 1);
     ASSERT_EQ(path.occurrences.size(), 1u);
     EXPECT_EQ(path.occurrences[0].GetInterfacePtr(), bolt.GetInterfacePtr());
-    const Path direct = pathOf(inner);
+    const support::OccurrencePath direct = pathOf(inner);
     EXPECT_EQ(direct.top.GetInterfacePtr(), bolt.GetInterfacePtr());
     EXPECT_EQ(direct.below, 0);
     EXPECT_TRUE(direct.occurrences.empty());
@@ -192,7 +158,7 @@ TEST_F(standin_Reference, FourLevelsDown)
         reference = need(createReference(documents[level], path[level], reference));
     }
     EXPECT_EQ(matrixOf(reference)[12], 4.0);
-    const Path found = pathOf(reference);
+    const support::OccurrencePath found = pathOf(reference);
     EXPECT_EQ(found.top.GetInterfacePtr(), path[0].GetInterfacePtr());
     ASSERT_EQ(found.occurrences.size(), 3u);
     for (std::size_t i = 0; i < 3; ++i) {

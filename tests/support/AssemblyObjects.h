@@ -5,6 +5,8 @@
 
 #include "support/HostObjects.h"
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <utility>
 #include <vector>
@@ -69,6 +71,39 @@ inline Outcome createReference(const IDispatchPtr& assembly, IDispatch* occurren
                                IDispatch* entity)
 {
     return method(assembly, 38, {objectValue(occurrence), objectValue(entity)});
+}
+
+//! What GetOccurrencesInPath answers.
+struct OccurrencePath
+{
+    IDispatchPtr top;
+    LONG below = -1;
+    LONG bound = -1;
+    std::vector<IDispatchPtr> occurrences;
+};
+
+//! Takes the objects out of an array; they are its no more.
+inline std::vector<IDispatchPtr> objectsIn(const Array& array)
+{
+    std::vector<IDispatchPtr> objects;
+    for (IDispatch* each : array.elements<IDispatch*>()) {
+        objects.emplace_back(each);
+    }
+    return objects;
+}
+
+inline OccurrencePath pathOf(const IDispatchPtr& object)
+{
+    OccurrencePath path;
+    IDispatch* top = nullptr;
+    Array objects;
+    const Outcome outcome = method(object, 10,
+                                   {reference(top), reference(path.below), reference(path.bound),
+                                    reference(objects, VT_DISPATCH)});
+    EXPECT_EQ(outcome.code, S_OK) << outcome.description;
+    path.top = IDispatchPtr(top, false);
+    path.occurrences = objectsIn(objects);
+    return path;
 }
 
 } // namespace support
