@@ -375,9 +375,10 @@ TEST_F(Boxes, OccurrenceThatFailsIsLeftOut)
     standin::geom::Model model;
     std::vector<standin::geom::Occurrence> uses;
     for (int i = 1; i <= 3; ++i) {
-        const double far = i;
-        const auto part = standin::addPart(model, "part" + std::to_string(i),
-                                           {standin::makeBox({far, far, far}, {9, 9, 9 + far})});
+        const double corner = i;
+        const auto part =
+            standin::addPart(model, "part" + std::to_string(i),
+                             {standin::makeBox({corner, corner, corner}, {9, 9, 9 + corner})});
         uses.push_back(standin::use(part, "part" + std::to_string(i)));
     }
     standin::addAssembly(model, "assembly", uses);

@@ -221,9 +221,9 @@ TEST_F(standin_FourVariables, TheCollectionKnowsItsOwnOnly)
     const IDispatchPtr foreign = item(need(get(other, 8193)), 1);
     EXPECT_EQ(method(variables(), 25, {objectValue(foreign)}).failure(), E_INVALIDARG);
     standin::Session elsewhere;
-    const IDispatchPtr far = openBody(elsewhere, plainBox());
-    elsewhere.addVariable(far, {});
-    const IDispatchPtr stranger = item(need(get(far, 8193)), 1);
+    const IDispatchPtr distant = openBody(elsewhere, plainBox());
+    elsewhere.addVariable(distant, {});
+    const IDispatchPtr stranger = item(need(get(distant, 8193)), 1);
     EXPECT_EQ(method(variables(), 25, {objectValue(stranger)}).code, DISP_E_TYPEMISMATCH);
 }
 
