@@ -1,8 +1,11 @@
 //! @file
-//! Static functions of the model library: angles and small matrices.
+//! Static functions of the model library: angles, small matrices, queries on host documents.
 #pragma once
 
+#include "com/Com.h"
 #include "ktmdl/ktmdl_Export.h"
+
+class ktstd_AsciiString;
 
 //! A holder of static functions; there are no objects of it.
 class KTMDL_EXPORT ktmdl
@@ -45,4 +48,37 @@ public:
     //! @param aMatrix  replaced; row, column
     static void RotAxis2Matrix(double aX, double aY, double aZ, double aAngle,
                                double aMatrix[4][4]) noexcept;
+
+    // The four queries below ask a live host document. None lets an automation error out: each is
+    // written to the diagnostic log and turned into the result.
+
+    //! Finds a driving dimension of a part document by its name.
+    //! @param aDocument  part document; null gives null
+    //! @param aName      UTF-8; the host matches it, wildcards included; empty gives null
+    //! @return           the dimension; null when no variable or more than one has the name, when
+    //!                   it is not a dimension, or after an error
+    [[nodiscard]] static IDispatchPtr GetDimVarFromName(const IDispatchPtr& aDocument,
+                                                        const ktstd_AsciiString& aName);
+    //! Finds a driving dimension of a part document by its system name.
+    //! @param aDocument    part document; null gives null
+    //! @param aSystemName  UTF-8, compared byte by byte; empty gives null
+    //! @return             the first dimension of that name in the host's order; null when none has
+    //!                     it or after an error
+    [[nodiscard]] static IDispatchPtr GetDimVarFromSystemName(const IDispatchPtr& aDocument,
+                                                              const ktstd_AsciiString& aSystemName);
+    //! Measures a face in the middle of its parameter range.
+    //! @param aFace    face
+    //! @param aNormal  receives three numbers: the outward unit normal; null: not wanted
+    //! @param aPoint   receives three numbers: the point, in metres; null: not wanted
+    //! @return         0, or the code of the error (E_POINTER when it is not a face); what was
+    //!                 written before an error stays written
+    static long GetFaceInfo(const IDispatchPtr& aFace, double* aNormal, double* aPoint);
+    //! Measures a reference plane.
+    //! @param aPlane      reference plane, or an assembly's reference to one
+    //! @param aNormal     receives three numbers: the unit normal; null: not wanted
+    //! @param aRootPoint  receives three numbers: a point of the plane, in metres; null: not wanted
+    //! @return            0, or the code of the error; what was written before an error stays
+    //!                    written. An object that has no member of the name asked for leaves that
+    //!                    output untouched and gives 0.
+    static long GetPlaneInfo(const IDispatchPtr& aPlane, double* aNormal, double* aRootPoint);
 };

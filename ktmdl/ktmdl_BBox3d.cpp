@@ -1,5 +1,6 @@
 #include "ktmdl/ktmdl_BBox3d.h"
 
+#include "ktmdl/ktmdl_Range_detail.h"
 #include "ktmdl/ktmdl_Record_detail.h"
 #include "ktmdl/ktmdl_Trsf3d.h"
 #include "ktstd/ktstd_Archive.h"
@@ -19,17 +20,6 @@ void order(double& aLower, double& aUpper)
 {
     if (aLower > aUpper) {
         std::swap(aLower, aUpper);
-    }
-}
-
-//! Grows one direction to another range.
-void growToRange(double& aLower, double& aUpper, double aOtherLower, double aOtherUpper)
-{
-    if (aOtherLower < aLower) {
-        aLower = aOtherLower;
-    }
-    if (aOtherUpper > aUpper) {
-        aUpper = aOtherUpper;
     }
 }
 
@@ -57,11 +47,6 @@ bool isWithin(double aLower, double aUpper, double aCoordinate)
 bool isWellWithin(double aLower, double aUpper, double aCoordinate)
 {
     return aCoordinate - kTolerance >= aLower && aUpper >= aCoordinate + kTolerance;
-}
-
-bool isBeyond(double aLower, double aUpper, double aCoordinate)
-{
-    return aLower > aCoordinate + kTolerance || aCoordinate - kTolerance > aUpper;
 }
 
 } // namespace
@@ -149,8 +134,9 @@ unsigned char ktmdl_BBox3d::IsReallyInside(const ktmdl_Pnt3d& aPoint) const noex
 
 unsigned char ktmdl_BBox3d::IsOutside(const ktmdl_Pnt3d& aPoint) const noexcept
 {
-    return isBeyond(mMin.mX, mMax.mX, aPoint.mX) || isBeyond(mMin.mY, mMax.mY, aPoint.mY) ||
-                   isBeyond(mMin.mZ, mMax.mZ, aPoint.mZ)
+    return ktmdl_detail::IsBeyond(mMin.mX, mMax.mX, aPoint.mX, kTolerance) ||
+                   ktmdl_detail::IsBeyond(mMin.mY, mMax.mY, aPoint.mY, kTolerance) ||
+                   ktmdl_detail::IsBeyond(mMin.mZ, mMax.mZ, aPoint.mZ, kTolerance)
                ? 1
                : 0;
 }
@@ -170,9 +156,9 @@ void ktmdl_BBox3d::SetCenterSize(double aXCenter, double aYCenter, double aZCent
 
 void ktmdl_BBox3d::Add(const ktmdl_BBox3d& aOther) noexcept
 {
-    growToRange(mMin.mX, mMax.mX, aOther.mMin.mX, aOther.mMax.mX);
-    growToRange(mMin.mY, mMax.mY, aOther.mMin.mY, aOther.mMax.mY);
-    growToRange(mMin.mZ, mMax.mZ, aOther.mMin.mZ, aOther.mMax.mZ);
+    ktmdl_detail::GrowToRange(mMin.mX, mMax.mX, aOther.mMin.mX, aOther.mMax.mX);
+    ktmdl_detail::GrowToRange(mMin.mY, mMax.mY, aOther.mMin.mY, aOther.mMax.mY);
+    ktmdl_detail::GrowToRange(mMin.mZ, mMax.mZ, aOther.mMin.mZ, aOther.mMax.mZ);
 }
 
 void ktmdl_BBox3d::Add(const ktmdl_Pnt3d& aPoint) noexcept

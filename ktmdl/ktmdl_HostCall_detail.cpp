@@ -77,6 +77,16 @@ void raiseIfFailed(HRESULT aCode)
     }
 }
 
+//! Calls a member and gives its result as a value of a type.
+_variant_t fetch(IDispatch* aObject, DISPID aMember, WORD aKind,
+                 std::initializer_list<VARIANT> aArgs, VARTYPE aType)
+{
+    _variant_t result;
+    invoke(aObject, aMember, aKind, aArgs, &result);
+    raiseIfFailed(VariantChangeType(&result, &result, 0, aType));
+    return result;
+}
+
 } // namespace
 
 void HostArray::Destroy() noexcept
@@ -137,11 +147,44 @@ VARIANT In(LONG aValue) noexcept
     return value;
 }
 
+VARIANT In(SHORT aValue) noexcept
+{
+    VARIANT value = emptyVariant();
+    value.vt = VT_I2;
+    value.iVal = aValue;
+    return value;
+}
+
 VARIANT In(double aValue) noexcept
 {
     VARIANT value = emptyVariant();
     value.vt = VT_R8;
     value.dblVal = aValue;
+    return value;
+}
+
+VARIANT In(const _bstr_t& aValue) noexcept
+{
+    VARIANT value = emptyVariant();
+    value.vt = VT_BSTR;
+    // A callee does not write to an argument passed by value.
+    value.bstrVal = const_cast<BSTR>(static_cast<const wchar_t*>(aValue));
+    return value;
+}
+
+VARIANT InObject(IDispatch* aValue) noexcept
+{
+    VARIANT value = emptyVariant();
+    value.vt = VT_DISPATCH;
+    value.pdispVal = aValue;
+    return value;
+}
+
+VARIANT True() noexcept
+{
+    VARIANT value = emptyVariant();
+    value.vt = VT_BOOL;
+    value.boolVal = VARIANT_TRUE;
     return value;
 }
 
@@ -199,6 +242,11 @@ HRESULT TryInvoke(IDispatch* aObject, DISPID aMember, WORD aKind,
     DISPPARAMS params{};
     params.rgvarg = aArgs.size() != 0 ? reversed.data() : nullptr;
     params.cArgs = static_cast<UINT>(aArgs.size());
+    DISPID newValue = DISPID_PROPERTYPUT;
+    if (aKind == DISPATCH_PROPERTYPUT) {
+        params.rgdispidNamedArgs = &newValue;
+        params.cNamedArgs = 1;
+    }
 
     ExceptionInfo exception;
     UINT badArgument = 0;
@@ -222,6 +270,11 @@ void Call(IDispatch* aObject, DISPID aMember, std::initializer_list<VARIANT> aAr
     invoke(aObject, aMember, DISPATCH_METHOD, aArgs, nullptr);
 }
 
+void Put(IDispatch* aObject, DISPID aMember, VARIANT aValue)
+{
+    invoke(aObject, aMember, DISPATCH_PROPERTYPUT, {aValue}, nullptr);
+}
+
 IDispatchPtr FetchObject(IDispatch* aObject, DISPID aMember, WORD aKind,
                          std::initializer_list<VARIANT> aArgs)
 {
@@ -241,12 +294,35 @@ IDispatchPtr FetchObject(IDispatch* aObject, DISPID aMember, WORD aKind,
     }
 }
 
+IDispatchPtr PropertyObject(IDispatch* aObject, DISPID aMember)
+{
+    return FetchObject(aObject, aMember, DISPATCH_PROPERTYGET, {});
+}
+
+IDispatchPtr ItemOf(IDispatch* aCollection, LONG aIndex)
+{
+    return FetchObject(aCollection, 0, DISPATCH_METHOD, {In(aIndex)});
+}
+
+LONG CallLong(IDispatch* aObject, DISPID aMember, std::initializer_list<VARIANT> aArgs)
+{
+    return fetch(aObject, aMember, DISPATCH_METHOD, aArgs, VT_I4).lVal;
+}
+
+ktstd_AsciiString FetchText(IDispatch* aObject, DISPID aMember, WORD aKind,
+                            std::initializer_list<VARIANT> aArgs)
+{
+    return ktstd_AsciiString(_bstr_t(fetch(aObject, aMember, aKind, aArgs, VT_BSTR).bstrVal, true));
+}
+
+double GetDouble(IDispatch* aObject, DISPID aMember)
+{
+    return fetch(aObject, aMember, DISPATCH_PROPERTYGET, {}, VT_R8).dblVal;
+}
+
 LONG GetLong(IDispatch* aObject, DISPID aMember)
 {
-    _variant_t result;
-    invoke(aObject, aMember, DISPATCH_PROPERTYGET, {}, &result);
-    raiseIfFailed(VariantChangeType(&result, &result, 0, VT_I4));
-    return result.lVal;
+    return fetch(aObject, aMember, DISPATCH_PROPERTYGET, {}, VT_I4).lVal;
 }
 
 VARIANT_BOOL GetBool(IDispatch* aObject, DISPID aMember)

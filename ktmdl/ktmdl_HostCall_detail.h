@@ -5,6 +5,7 @@
 #pragma once
 
 #include "com/Com.h"
+#include "ktstd/ktstd_AsciiString.h"
 
 #include <initializer_list>
 
@@ -45,7 +46,12 @@ private:
 
 // Arguments. They borrow what they refer to for the duration of the call.
 [[nodiscard]] VARIANT In(LONG aValue) noexcept;
+[[nodiscard]] VARIANT In(SHORT aValue) noexcept;
 [[nodiscard]] VARIANT In(double aValue) noexcept;
+[[nodiscard]] VARIANT In(const _bstr_t& aValue) noexcept;
+[[nodiscard]] VARIANT InObject(IDispatch* aValue) noexcept;
+//! The truth value "true".
+[[nodiscard]] VARIANT True() noexcept;
 [[nodiscard]] VARIANT ByRef(LONG& aValue) noexcept;
 [[nodiscard]] VARIANT ByRef(double& aValue) noexcept;
 [[nodiscard]] VARIANT ByRef(VARIANT& aValue) noexcept;
@@ -55,7 +61,8 @@ private:
 
 //! Calls a member.
 //! @param aObject  the host object; null gives E_POINTER
-//! @param aKind    DISPATCH_METHOD or DISPATCH_PROPERTYGET
+//! @param aKind    DISPATCH_METHOD, DISPATCH_PROPERTYGET or, with the new value as only argument,
+//!                 DISPATCH_PROPERTYPUT
 //! @param aArgs    in declared order
 //! @param aResult  receives the result; may be null
 //! @param aInfo    receives the host's error information when the call fails; may be null
@@ -68,11 +75,38 @@ private:
 //! @throws _com_error  the host's code and error information
 void Call(IDispatch* aObject, DISPID aMember, std::initializer_list<VARIANT> aArgs);
 
+//! Calls a method that answers a 32-bit integer.
+//! @throws _com_error  the host's code; that of the conversion when the answer is no number
+[[nodiscard]] LONG CallLong(IDispatch* aObject, DISPID aMember,
+                            std::initializer_list<VARIANT> aArgs);
+
+//! Sets a property.
+//! @throws _com_error  the host's code and error information
+void Put(IDispatch* aObject, DISPID aMember, VARIANT aValue);
+
 //! Reads a property or calls a method that gives an object.
 //! @return             the object, null when the host gives none
 //! @throws _com_error  the host's code; DISP_E_TYPEMISMATCH when the answer is no object
 [[nodiscard]] IDispatchPtr FetchObject(IDispatch* aObject, DISPID aMember, WORD aKind,
                                        std::initializer_list<VARIANT> aArgs);
+
+//! Reads a property that gives an object, as FetchObject.
+[[nodiscard]] IDispatchPtr PropertyObject(IDispatch* aObject, DISPID aMember);
+
+//! Gives an item of a collection by its index, 1 for the first one. Item is member 0 of every
+//! collection.
+//! @return             the object, null when the host gives none
+//! @throws _com_error  as FetchObject
+[[nodiscard]] IDispatchPtr ItemOf(IDispatch* aCollection, LONG aIndex);
+
+//! Reads a property, or calls a method, that gives a text.
+//! @throws _com_error  the host's code; that of the conversion when the answer is no text
+[[nodiscard]] ktstd_AsciiString FetchText(IDispatch* aObject, DISPID aMember, WORD aKind,
+                                          std::initializer_list<VARIANT> aArgs);
+
+//! Reads a property that gives a number.
+//! @throws _com_error  the host's code; that of the conversion when the answer is no number
+[[nodiscard]] double GetDouble(IDispatch* aObject, DISPID aMember);
 
 //! Reads a property that gives a 32-bit integer.
 //! @throws _com_error  the host's code; that of the conversion when the answer is no number

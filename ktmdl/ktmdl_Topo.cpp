@@ -31,6 +31,7 @@ using ktmdl_detail::GetLong;
 using ktmdl_detail::HostArray;
 using ktmdl_detail::In;
 using ktmdl_detail::IsSameComObject;
+using ktmdl_detail::ItemOf;
 using ktmdl_detail::MemberId;
 using ktmdl_detail::Missing;
 
@@ -467,12 +468,6 @@ long ktmdl_Topo::ConvertVersion(long /*aVersion*/) noexcept
 
 namespace {
 
-IDispatchPtr itemOf(const IDispatchPtr& aCollection, LONG aIndex)
-{
-    return FetchObject(aCollection.GetInterfacePtr(), ktmdl_host::Collection::Item, DISPATCH_METHOD,
-                       {In(aIndex)});
-}
-
 LONG countOf(const IDispatchPtr& aCollection)
 {
     return GetLong(aCollection.GetInterfacePtr(), ktmdl_host::Collection::Count);
@@ -507,7 +502,7 @@ Hnd_ktmdl_TopoHSeq ktmdl_Topo::buildChildren(const ChildGroup& aGroup) const
     const LONG count = countOf(pItems);
     Hnd_ktmdl_TopoHSeq children(new ktmdl_TopoHSeq());
     for (LONG i = 1; i <= count; ++i) {
-        const IDispatchPtr pItem = itemOf(pItems, i);
+        const IDispatchPtr pItem = ItemOf(pItems, i);
         const Hnd_ktmdl_Topo child = adoptChild(aGroup, pItem);
         child->mBBox = BuildBBox(pItem);
         children->Append(child);
@@ -709,7 +704,7 @@ unsigned char ktmdl_Topo::compareChildren(const ChildGroup& aGroup, bool aQuick,
     aLists.altered = new ktmdl_TopoHSeq();
 
     for (LONG i = 1; i <= count; ++i) {
-        const Hnd_ktmdl_Topo child = adoptChild(aGroup, itemOf(pItems, i));
+        const Hnd_ktmdl_Topo child = adoptChild(aGroup, ItemOf(pItems, i));
         unsigned char difference = 0;
         if (old.Contains(child) != 0) {
             seen.Add(child);

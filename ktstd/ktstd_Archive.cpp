@@ -145,7 +145,7 @@ Hnd_ktstd_Transient ktstd_Archive::State::NewObject(const Hnd_ktstd_Type& aType,
                      Reason::kTooDeep);
     }
     const std::string name = TakeName();
-    const Hnd_ktstd_Transient object = ktstd_Schema::Make(name);
+    Hnd_ktstd_Transient object = ktstd_Schema::Make(name);
     if (object.IsNull() != 0) {
         RaiseLoading("object of the unknown class \"" + name + "\"", aOffset,
                      Reason::kUnknownClass);
@@ -465,7 +465,7 @@ Hnd_ktstd_Transient ktstd_Archive::ReadObject(const Hnd_ktstd_Type& aType)
     if (number != index + 1) {
         return state.KnownObject(number, aType, start);
     }
-    const Hnd_ktstd_Transient object = state.NewObject(aType, start);
+    Hnd_ktstd_Transient object = state.NewObject(aType, start);
     ++state.depth;
     try {
         object->Serialize(*this);

@@ -7,6 +7,7 @@
 #include <iosfwd>
 #include <string>
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the platform calls it so
 class _bstr_t;
 class ktstd_Archive;
 

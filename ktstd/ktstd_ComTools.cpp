@@ -46,7 +46,7 @@ struct Variant
     Variant& operator=(const Variant&) = delete;
     ~Variant() { VariantClear(&value); }
 
-    VARIANT value;
+    VARIANT value{};
 };
 
 HRESULT findMember(IDispatch* aObject, const wchar_t* aName, DISPID& aId) noexcept
@@ -139,7 +139,7 @@ HRESULT takeArray(VARIANT& aFrom, VARTYPE aType, void* aTo) noexcept
     if (copy.value.vt != aType) {
         return DISP_E_TYPEMISMATCH;
     }
-    moveOut(copy.value, aTo, sizeof(SAFEARRAY*));
+    moveOut(copy.value, aTo, sizeof(void*));
     return S_OK;
 }
 

@@ -238,7 +238,7 @@ fs::path finalTarget(const fs::path& aPath)
 {
     std::error_code error;
     if (fs::is_symlink(fs::symlink_status(aPath, error))) {
-        const fs::path target = fs::canonical(aPath, error);
+        fs::path target = fs::canonical(aPath, error);
         if (!error) {
             return target;
         }

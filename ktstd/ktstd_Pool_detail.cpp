@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t kGrain = alignof(std::max_align_t);
 constexpr std::size_t kLargest = 256;
-constexpr std::size_t kChunkBytes = 16 * 1024;
+constexpr std::size_t kChunkBytes = std::size_t{16} * 1024;
 static_assert(kGrain >= sizeof(void*) && kLargest % kGrain == 0);
 
 //! A free block, or the head of a chunk.

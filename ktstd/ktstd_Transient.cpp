@@ -75,6 +75,7 @@ ktstd_Transient* ktstd_Transient::Entity()
 
 void ktstd_Transient::Initialize() {}
 
+// NOLINTNEXTLINE(misc-new-delete-overloads): its sized counterpart stands below
 void* ktstd_Transient::operator new(std::size_t aSize)
 {
     return ::operator new(aSize);
