@@ -2,6 +2,7 @@
 
 #include "standin/Call.h"
 #include "standin/DocumentObject.h"
+#include "standin/DrawingObject.h"
 #include "standin/Host.h"
 #include "standin/Ids.h"
 
@@ -63,6 +64,23 @@ const ClassInfo& AssemblyDocument::table()
              kGet,
              {},
              handle<AssemblyDocument, &AssemblyDocument::occurrences>},
+            {24577,
+             "Variables",
+             kGet,
+             {},
+             handle<DocumentObject, &DocumentObject::drawn<newVariables>>},
+            {24578,
+             "AsmRefPlanes",
+             kGet,
+             {},
+             handle<DocumentObject, &DocumentObject::drawn<newAsmRefPlanes>>},
+            // The host has a method with an argument at this number; callers that take it for
+            // AsmRefPlanes read it as a property and get these.
+            {24677,
+             "AsmRefPlanes",
+             kGet,
+             {},
+             handle<DocumentObject, &DocumentObject::drawn<newAsmRefPlanes>>},
             bindKeyMember(24582),
             {24652,
              "CreateReference2",

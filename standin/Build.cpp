@@ -1,5 +1,6 @@
 #include "standin/Build.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <stdexcept>
@@ -248,12 +249,59 @@ geom::Body makeSheet(const geom::SurfacePtr& surface, const std::vector<geom::Ed
 geom::Model makeModel(std::vector<geom::Body> bodies, const std::string& name)
 {
     geom::Model model;
+    addPart(model, name, std::move(bodies));
+    return model;
+}
+
+std::size_t addPart(geom::Model& model, const std::string& name, std::vector<Body> bodies)
+{
     geom::Product product;
     product.name = name;
     product.bodies = std::move(bodies);
     model.products.push_back(std::move(product));
-    model.roots.push_back(0);
-    return model;
+    model.roots.push_back(model.products.size() - 1);
+    return model.roots.back();
+}
+
+std::size_t addAssembly(geom::Model& model, const std::string& name,
+                        std::vector<geom::Occurrence> occurrences)
+{
+    for (const geom::Occurrence& occurrence : occurrences) {
+        require(occurrence.product < model.products.size(),
+                "addAssembly: an occurrence uses no product of the model");
+    }
+    for (const geom::Occurrence& occurrence : occurrences) {
+        model.roots.erase(std::remove(model.roots.begin(), model.roots.end(), occurrence.product),
+                          model.roots.end());
+    }
+    const std::size_t index = addPart(model, name, {});
+    model.products[index].occurrences = std::move(occurrences);
+    return index;
+}
+
+geom::Occurrence use(std::size_t product, const std::string& name, const geom::Placement& placement)
+{
+    geom::Occurrence occurrence;
+    occurrence.name = name;
+    occurrence.product = product;
+    occurrence.placement = placement;
+    return occurrence;
+}
+
+geom::Placement shiftedBy(const Vec& vector)
+{
+    geom::Placement placement;
+    placement.row = {1.0, 0.0, 0.0, vector.x, 0.0, 1.0, 0.0, vector.y, 0.0, 0.0, 1.0, vector.z};
+    return placement;
+}
+
+geom::Placement placedAt(const Frame& frame)
+{
+    geom::Placement placement;
+    placement.row = {frame.x.x, frame.y.x, frame.z.x, frame.origin.x, //
+                     frame.x.y, frame.y.y, frame.z.y, frame.origin.y, //
+                     frame.x.z, frame.y.z, frame.z.z, frame.origin.z};
+    return placement;
 }
 
 } // namespace standin

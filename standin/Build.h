@@ -6,6 +6,7 @@
 
 #include "standin/geom/Brep.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -48,5 +49,26 @@ namespace standin {
 //! A model of one product with these bodies.
 [[nodiscard]] geom::Model makeModel(std::vector<geom::Body> bodies,
                                     const std::string& name = "part");
+
+//! Adds a part to a model.
+//! @return its index in the model's products
+std::size_t addPart(geom::Model& model, const std::string& name, std::vector<geom::Body> bodies);
+
+//! Adds an assembly to a model. What its occurrences use is no root of the model any more.
+//! @param occurrences  of products added before, as use() makes them
+//! @return its index in the model's products
+//! @throws std::invalid_argument  an occurrence uses no product of the model
+std::size_t addAssembly(geom::Model& model, const std::string& name,
+                        std::vector<geom::Occurrence> occurrences);
+
+//! An occurrence of a product.
+//! @param product  its index in the model's products
+[[nodiscard]] geom::Occurrence use(std::size_t product, const std::string& name,
+                                   const geom::Placement& placement = {});
+
+//! A placement that shifts by a vector, in metres.
+[[nodiscard]] geom::Placement shiftedBy(const geom::Vec& vector);
+//! A placement that takes the origin and the axes to a frame's.
+[[nodiscard]] geom::Placement placedAt(const geom::Frame& frame);
 
 } // namespace standin

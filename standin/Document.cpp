@@ -2,6 +2,7 @@
 
 #include "standin/Call.h"
 #include "standin/DocumentObject.h"
+#include "standin/DrawingObject.h"
 #include "standin/Host.h"
 #include "standin/Ids.h"
 
@@ -69,6 +70,22 @@ const ClassInfo& PartDocument::table()
     static const ClassInfo info{
         "PartDocument", &kIidPartDocument,
         withShared({
+            {8193,
+             "Variables",
+             kGet,
+             {},
+             handle<DocumentObject, &DocumentObject::drawn<newVariables>>},
+            {24677,
+             "RefPlanes",
+             kGet,
+             {},
+             handle<DocumentObject, &DocumentObject::drawn<newRefPlanes>>},
+            // The host has no member at this number; callers that take it for RefPlanes get these.
+            {24578,
+             "RefPlanes",
+             kGet,
+             {},
+             handle<DocumentObject, &DocumentObject::drawn<newRefPlanes>>},
             {24681, "Models", kGet, {}, handle<PartDocument, &PartDocument::models>},
             bindKeyMember(24685),
             {24686, "Constructions", kGet, {}, handle<PartDocument, &PartDocument::constructions>},
@@ -106,6 +123,7 @@ void OpenDocument::disconnect() noexcept
     if (part) {
         part->connected = false;
     }
+    drawing->connected = false;
     if (assembly) {
         assembly->connected = false;
     }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "standin/Assembly.h"
+#include "standin/Drawing.h"
 #include "standin/Ids.h"
 #include "standin/Part.h"
 
@@ -23,6 +24,7 @@ public:
     LivePartPtr part;                       //!< what a part document shows, else null
     LiveAssemblyPtr assembly;               //!< what an assembly document shows, else null
     std::vector<LivePartPtr> constructions; //!< of one body each
+    DrawingPtr drawing = std::make_shared<Drawing>();
     bool open = true;
     bool openedItself = false; //!< not only for the assemblies that show it
     std::size_t uses = 0;      //!< by occurrences of open assemblies

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "standin/Call.h"
 #include "standin/Document.h"
 #include "standin/Object.h"
 
@@ -25,6 +26,13 @@ public:
     void type(Call& call);
     void bindKey(Call& call) { bind(call, 0); }
     void close(Call& call);
+    //! Answers an object of the document's drawing.
+    //! @tparam make  makes it
+    template <IDispatchPtr (*make)(const std::shared_ptr<HostState>&, const DrawingPtr&)>
+    void drawn(Call& call)
+    {
+        call.answer(asObject(make(hostState(), document->drawing)));
+    }
 
 protected:
     DocumentObject(std::shared_ptr<HostState> host, const ClassInfo& info,

@@ -5,6 +5,8 @@
 #include "standin/Keys.h"
 #include "standin/Opener.h"
 
+#include <cmath>
+#include <stdexcept>
 #include <utility>
 
 namespace standin {
@@ -18,6 +20,13 @@ std::shared_ptr<OpenDocument> findOpen(const HostState& host, IDispatch* object)
         }
     }
     throw HostError("the object is not an open document of this session");
+}
+
+void requireFinite(const char* what, double value)
+{
+    if (!std::isfinite(value)) {
+        throw HostError(std::string("add a ") + what + ": its value is not finite");
+    }
 }
 
 std::shared_ptr<OpenDocument> requirePart(const std::shared_ptr<OpenDocument>& document)
@@ -199,6 +208,39 @@ LONG Session::addConstruction(IDispatch* document, ConstructionSpec construction
     part->features[0] = std::move(construction.features);
     opened->constructions.push_back(std::move(part));
     return static_cast<LONG>(opened->constructions.size());
+}
+
+LONG Session::addVariable(IDispatch* document, const VariableSpec& variable)
+{
+    Drawing& drawing = *findOpen(*state, document)->drawing;
+    requireFinite("variable", variable.value);
+    drawing.add(variable);
+    return static_cast<LONG>(drawing.table.size());
+}
+
+LONG Session::addDimension(IDispatch* document, const DimensionSpec& dimension)
+{
+    Drawing& drawing = *findOpen(*state, document)->drawing;
+    requireFinite("dimension", dimension.value);
+    DrawnDimension drawn;
+    drawn.data = dimension;
+    drawing.add(std::move(drawn));
+    return static_cast<LONG>(drawing.table.size());
+}
+
+LONG Session::addRefPlane(IDispatch* document, const RefPlaneSpec& plane)
+{
+    Drawing& drawing = *findOpen(*state, document)->drawing;
+    try {
+        return static_cast<LONG>(drawing.add(plane)) + 1;
+    } catch (const std::invalid_argument& reason) {
+        throw HostError(std::string("add a reference plane: ") + reason.what());
+    }
+}
+
+std::vector<ProfileView> Session::profiles(IDispatch* document) const
+{
+    return findOpen(*state, document)->drawing->views();
 }
 
 void Session::close(IDispatch* document)

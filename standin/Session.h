@@ -151,6 +151,25 @@ public:
     //! @throws HostError  the object is not an open part document of this session
     LONG addConstruction(IDispatch* document, ConstructionSpec construction);
 
+    //! Adds a variable to a document of either kind.
+    //! @return  its number among the document's variables and dimensions, from 1
+    //! @throws HostError  the object is not an open document of this session; a number is not
+    //!                    finite
+    LONG addVariable(IDispatch* document, const VariableSpec& variable);
+    //! Adds a dimension that measures nothing drawn here, as addVariable.
+    LONG addDimension(IDispatch* document, const DimensionSpec& dimension);
+    //! Adds a reference plane to a document of either kind.
+    //! @param plane  normal and direction of any length; no direction: one is chosen
+    //! @return       its number among the document's reference planes, from 4
+    //! @throws HostError  the object is not an open document of this session; a number is not
+    //!                    finite; there is no normal, or the direction is not at a right angle to
+    //!                    it
+    LONG addRefPlane(IDispatch* document, const RefPlaneSpec& plane);
+
+    //! Gives every profile drawn in a document of either kind, oldest first.
+    //! @throws HostError  the object is not an open document of this session
+    [[nodiscard]] std::vector<ProfileView> profiles(IDispatch* document) const;
+
     //! Closes a document, as its own Close does. One that an open assembly shows stays open for it.
     //! @throws HostError  the object is not an open document of this session
     void close(IDispatch* document);

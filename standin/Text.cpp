@@ -53,6 +53,32 @@ std::string identifierText(const IID& iid)
     return text;
 }
 
+bool matchesPattern(std::wstring_view text, std::wstring_view pattern, bool anyCase) noexcept
+{
+    std::size_t at = 0;
+    std::size_t in = 0;
+    // The last asterisk, and where what it stands for ends so far.
+    std::size_t asterisk = std::wstring_view::npos;
+    std::size_t behind = 0;
+    while (at < text.size()) {
+        const wchar_t wanted = in < pattern.size() ? pattern[in] : L'\0';
+        if (in < pattern.size() && wanted == L'*') {
+            asterisk = in++;
+            behind = at;
+        } else if (in < pattern.size() && (wanted == L'?' || wanted == text[at] ||
+                                           (anyCase && lower(wanted) == lower(text[at])))) {
+            ++in;
+            ++at;
+        } else if (asterisk != std::wstring_view::npos) {
+            in = asterisk + 1;
+            at = ++behind;
+        } else {
+            return false;
+        }
+    }
+    return pattern.find_first_not_of(L'*', in) == std::wstring_view::npos;
+}
+
 bool sameName(const char* name, const wchar_t* other) noexcept
 {
     for (; *name != '\0'; ++name, ++other) {

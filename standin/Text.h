@@ -6,6 +6,7 @@
 #include "com/Com.h"
 
 #include <string>
+#include <string_view>
 
 namespace standin {
 
@@ -19,6 +20,11 @@ namespace standin {
 [[nodiscard]] std::string codeText(HRESULT code);
 //! Writes an identifier: "{09FCA063-DFBF-11D0-A275-080036C5ED02}".
 [[nodiscard]] std::string identifierText(const IID& iid);
+
+//! Tells whether a text fits a pattern, in which * stands for any characters and ? for one.
+//! @param anyCase  ASCII letters of either case are equal
+[[nodiscard]] bool matchesPattern(std::wstring_view text, std::wstring_view pattern,
+                                  bool anyCase) noexcept;
 
 //! Compares without regard to the case of ASCII letters.
 [[nodiscard]] bool sameName(const char* name, const wchar_t* other) noexcept;

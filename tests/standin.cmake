@@ -1,5 +1,7 @@
 kt_test(standin_tests
   standin_Arguments_test.cpp
+  standin_Assembly_test.cpp
+  standin_AssemblyFiles_test.cpp
   standin_Build_test.cpp
   standin_Census_test.cpp
   standin_Constructions_test.cpp
@@ -13,5 +15,8 @@ kt_test(standin_tests
   standin_Members_test.cpp
   standin_Object_test.cpp
   standin_Parts_test.cpp
+  standin_RefPlanes_test.cpp
+  standin_Reference_test.cpp
   standin_Session_test.cpp
+  standin_Variables_test.cpp
   LINK ktstandin)

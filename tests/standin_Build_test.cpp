@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <stdexcept>
 
@@ -135,6 +136,33 @@ TEST(standin_Build, NumbersThatMakeNoBodyAreRefused)
                                              {straight({0.0, 0.0, 0.0}, {1.0, 0.0, 0.0}),
                                               straight({1.0, 1.0, 0.0}, {0.0, 0.0, 0.0})})),
         std::invalid_argument);
+}
+
+TEST(standin_Build, AssembliesUseProductsThatAreThere)
+{
+    standin::geom::Model model;
+    const auto part = standin::addPart(model, "part", {});
+    const auto other = standin::addPart(model, "other", {});
+    EXPECT_EQ(model.roots, (std::vector<std::size_t>{part, other}));
+    const auto whole = standin::addAssembly(model, "whole",
+                                            {standin::use(part, "one"), standin::use(part, "two")});
+    EXPECT_EQ(model.roots, (std::vector<std::size_t>{other, whole}));
+    EXPECT_EQ(model.products[whole].name, "whole");
+    EXPECT_EQ(model.products[whole].occurrences[1].name, "two");
+    EXPECT_EQ(model.products[whole].occurrences[1].product, part);
+    EXPECT_THROW(standin::addAssembly(model, "wrong", {standin::use(3, "itself")}),
+                 std::invalid_argument);
+    EXPECT_EQ(model.products.size(), 3u);
+}
+
+TEST(standin_Build, PlacementsTakeTheOriginAndTheAxesAlong)
+{
+    const auto shift = standin::shiftedBy({1.0, 2.0, 3.0});
+    EXPECT_EQ(shift.row,
+              (std::array<double, 12>{1.0, 0.0, 0.0, 1.0, 0.0, 1.0, 0.0, 2.0, 0.0, 0.0, 1.0, 3.0}));
+    const Frame frame = standin::geom::makeFrame({4.0, 5.0, 6.0}, {1.0, 0.0, 0.0}, {0.0, 1.0, 0.0});
+    EXPECT_EQ(standin::placedAt(frame).row,
+              (std::array<double, 12>{0.0, 0.0, 1.0, 4.0, 1.0, 0.0, 0.0, 5.0, 0.0, 1.0, 0.0, 6.0}));
 }
 
 } // namespace

@@ -194,6 +194,7 @@ struct Outcome
     //! Gives the failing code, whether it came directly or inside EXCEPINFO.
     [[nodiscard]] HRESULT failure() const { return code == DISP_E_EXCEPTION ? inner : code; }
     [[nodiscard]] LONG number() const { return V_VT(&result) == VT_I4 ? V_I4(&result) : -999999; }
+    [[nodiscard]] double real() const { return V_VT(&result) == VT_R8 ? V_R8(&result) : -999999.0; }
     [[nodiscard]] bool flag() const
     {
         return V_VT(&result) == VT_BOOL && V_BOOL(&result) == VARIANT_TRUE;
