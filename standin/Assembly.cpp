@@ -74,6 +74,11 @@ const ClassInfo& AssemblyDocument::table()
              kGet,
              {},
              handle<DocumentObject, &DocumentObject::drawn<newAsmRefPlanes>>},
+            {24584,
+             "Layouts",
+             kGet,
+             {},
+             handle<DocumentObject, &DocumentObject::drawn<newLayouts>>},
             // The host has a method with an argument at this number; callers that take it for
             // AsmRefPlanes read it as a property and get these.
             {24677,

@@ -1,6 +1,7 @@
 #include "standin/Call.h"
 #include "standin/DrawingObject.h"
 #include "standin/Ids.h"
+#include "standin/Solver.h"
 
 #include <utility>
 
@@ -48,11 +49,24 @@ void Dimension::setValue(Call& call)
     if (!data().data.driving) {
         failCall(E_FAIL, "a driven dimension measures, its value can't be set");
     }
-    data().data.value = value;
+    if (data().profile == geom::kNone) {
+        data().data.value = value;
+        return;
+    }
+    if (value <= kShortestLine) {
+        failCall(E_INVALIDARG, "no line has this length");
+    }
+    const double before = std::exchange(data().data.value, value);
+    if (!drawing()->settle(data().profile)) {
+        data().data.value = before;
+        failCall(E_FAIL, "the profile's relations and dimensions don't allow the value");
+    }
 }
 
 void Dimension::setConstraint(Call& call)
 {
+    // What starts to drive demands what it has measured, so that nothing moves.
+    data().data.value = drawing()->valueOf(data());
     data().data.driving = call.flag(0);
 }
 
@@ -107,11 +121,59 @@ const ClassInfo& Dimension::table()
     return info;
 }
 
+//! The dimensions of a profile.
+class Dimensions : public DrawingList
+{
+public:
+    using DrawingList::DrawingList;
+
+    void addLength(Call& call);
+
+    static const ClassInfo& table()
+    {
+        static const ClassInfo info{"Dimensions", &kIidDimensions,
+                                    withItems(3, {{100,
+                                                   "AddLength",
+                                                   kMethod,
+                                                   {{L"Object", Shape::objectIn}},
+                                                   handle<Dimensions, &Dimensions::addLength>}})};
+        return info;
+    }
+
+protected:
+    [[nodiscard]] std::vector<Drawn> items() const override
+    {
+        std::vector<Drawn> all;
+        for (const std::size_t index : drawing()->profiles[drawn().index].dimensions) {
+            all.push_back({DrawnKind::dimension, index});
+        }
+        return all;
+    }
+};
+
+void Dimensions::addLength(Call& call)
+{
+    const std::size_t line = lineArgument(call, 0, drawn().index);
+    if (drawing()->profiles[drawn().index].lines[line].plane != geom::kNone) {
+        failCall(E_INVALIDARG, "a projected plane has no length");
+    }
+    DrawnDimension dimension;
+    dimension.data.driving = false;
+    dimension.profile = drawn().index;
+    dimension.line = line;
+    const std::size_t index = drawing()->add(std::move(dimension));
+    drawing()->profiles[drawn().index].dimensions.push_back(index);
+    call.answer(asObject(objectOf({DrawnKind::dimension, index})));
+}
+
 } // namespace
 
 IDispatchPtr newDimensionObject(const std::shared_ptr<HostState>& host, const DrawingPtr& drawing,
                                 const Drawn& drawn, bool known)
 {
+    if (drawn.kind == DrawnKind::dimensions) {
+        return owned(new Dimensions(host, Dimensions::table(), drawing, drawn, known));
+    }
     return owned(new Dimension(host, Dimension::table(), drawing, drawn, known));
 }
 

@@ -1,5 +1,7 @@
 #include "standin/Drawing.h"
 
+#include "standin/Solver.h"
+
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
@@ -28,11 +30,6 @@ geom::Vec anyAcross(const geom::Vec& normal)
     const bool alongX = std::fabs(normal.x) > 0.9;
     const geom::Vec other = alongX ? geom::Vec{0.0, 1.0, 0.0} : geom::Vec{1.0, 0.0, 0.0};
     return geom::cross(geom::cross(normal, other), normal);
-}
-
-double lengthOf(const SketchLine& line)
-{
-    return std::hypot(line.end.x - line.start.x, line.end.y - line.start.y);
 }
 
 LONG placeOf(const std::vector<std::size_t>& indices, std::size_t index)
@@ -104,6 +101,16 @@ std::size_t Drawing::add(RefPlaneSpec plane)
     return planes.size() - 1;
 }
 
+std::size_t Drawing::addProfile(std::size_t container, std::size_t plane)
+{
+    DrawnProfile profile;
+    profile.container = container;
+    profile.plane = plane;
+    profiles.push_back(std::move(profile));
+    containers[container].profiles.push_back(profiles.size() - 1);
+    return profiles.size() - 1;
+}
+
 std::vector<std::size_t> Drawing::containersOf(ContainerKind kind) const
 {
     std::vector<std::size_t> found;
@@ -120,6 +127,18 @@ double Drawing::valueOf(const DrawnDimension& dimension) const
     return dimension.data.driving || dimension.profile == geom::kNone
                ? dimension.data.value
                : lengthOf(profiles[dimension.profile].lines[dimension.line]);
+}
+
+bool Drawing::settle(std::size_t profile)
+{
+    DrawnProfile& settled = profiles[profile];
+    std::vector<DrivenLength> lengths;
+    for (const std::size_t index : settled.dimensions) {
+        if (dimensions[index].data.driving) {
+            lengths.push_back({dimensions[index].line, dimensions[index].data.value});
+        }
+    }
+    return solve(settled.lines, settled.relations, lengths);
 }
 
 std::vector<ProfileView> Drawing::views() const

@@ -103,10 +103,17 @@ struct Drawing
     //!                                is not at a right angle to it
     std::size_t add(RefPlaneSpec plane);
 
+    //! Adds an empty profile to a container.
+    //! @return its index
+    std::size_t addProfile(std::size_t container, std::size_t plane);
+
     //! Gives the containers of a kind, oldest first.
     [[nodiscard]] std::vector<std::size_t> containersOf(ContainerKind kind) const;
     //! Gives the value of a dimension: of a driving one what it demands, else what it measures.
     [[nodiscard]] double valueOf(const DrawnDimension& dimension) const;
+    //! Moves a profile's lines so that its relations and driving dimensions hold.
+    //! @return false when they can't; nothing is moved then
+    [[nodiscard]] bool settle(std::size_t profile);
     //! Gives what every profile holds, in the order of their making.
     [[nodiscard]] std::vector<ProfileView> views() const;
 

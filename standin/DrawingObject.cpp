@@ -20,15 +20,26 @@ IDispatchPtr makeObject(const std::shared_ptr<HostState>& host, const DrawingPtr
     case DrawnKind::variable:
         return newVariableObject(host, drawing, drawn, known);
     case DrawnKind::dimension:
+    case DrawnKind::dimensions:
         return newDimensionObject(host, drawing, drawn, known);
     case DrawnKind::refPlanes:
     case DrawnKind::refPlane:
     case DrawnKind::asmRefPlanes:
     case DrawnKind::asmRefPlane:
         return newRefPlaneObject(host, drawing, drawn, known);
-    default:
-        return IDispatchPtr();
+    case DrawnKind::containers:
+    case DrawnKind::container:
+    case DrawnKind::profiles:
+        return newSketchObject(host, drawing, drawn, known);
+    case DrawnKind::profile:
+    case DrawnKind::lines:
+    case DrawnKind::line:
+        return newProfileObject(host, drawing, drawn, known);
+    case DrawnKind::relations:
+    case DrawnKind::relation:
+        return newRelationObject(host, drawing, drawn, known);
     }
+    return IDispatchPtr();
 }
 
 bool isSingle(DrawnKind kind)
@@ -99,6 +110,17 @@ Drawn DrawingObject::argument(const Call& call, std::size_t parameter,
                           static_cast<int>(parameter)};
     }
     return known->subject;
+}
+
+std::size_t DrawingObject::lineArgument(const Call& call, std::size_t parameter,
+                                        std::size_t profile) const
+{
+    const Drawn line = argument(call, parameter, {DrawnKind::line});
+    if (line.owner != profile) {
+        throw CallFailure{E_INVALIDARG, "the line is in another profile",
+                          static_cast<int>(parameter)};
+    }
+    return line.index;
 }
 
 void DrawingList::count(Call& call)

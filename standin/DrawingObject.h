@@ -38,6 +38,10 @@ protected:
     //!                      of another document
     [[nodiscard]] Drawn argument(const Call& call, std::size_t parameter,
                                  std::initializer_list<DrawnKind> kinds) const;
+    //! Gives the index of a line that a caller passed.
+    //! @throws CallFailure  as argument; E_INVALIDARG when it is in another profile
+    [[nodiscard]] std::size_t lineArgument(const Call& call, std::size_t parameter,
+                                           std::size_t profile) const;
 
 private:
     DrawingPtr whole;
@@ -72,6 +76,13 @@ protected:
 [[nodiscard]] IDispatchPtr newAsmRefPlanes(const std::shared_ptr<HostState>& host,
                                            const DrawingPtr& drawing);
 
+[[nodiscard]] IDispatchPtr newSketches(const std::shared_ptr<HostState>& host,
+                                       const DrawingPtr& drawing);
+[[nodiscard]] IDispatchPtr newProfileSets(const std::shared_ptr<HostState>& host,
+                                          const DrawingPtr& drawing);
+[[nodiscard]] IDispatchPtr newLayouts(const std::shared_ptr<HostState>& host,
+                                      const DrawingPtr& drawing);
+
 //! Makers of the objects, by what they stand for. Each gives a new object.
 //! @param known  as DrawingObject has it
 [[nodiscard]] IDispatchPtr newVariableObject(const std::shared_ptr<HostState>& host,
@@ -81,6 +92,15 @@ protected:
                                               const DrawingPtr& drawing, const Drawn& drawn,
                                               bool known);
 [[nodiscard]] IDispatchPtr newRefPlaneObject(const std::shared_ptr<HostState>& host,
+                                             const DrawingPtr& drawing, const Drawn& drawn,
+                                             bool known);
+[[nodiscard]] IDispatchPtr newSketchObject(const std::shared_ptr<HostState>& host,
+                                           const DrawingPtr& drawing, const Drawn& drawn,
+                                           bool known);
+[[nodiscard]] IDispatchPtr newProfileObject(const std::shared_ptr<HostState>& host,
+                                            const DrawingPtr& drawing, const Drawn& drawn,
+                                            bool known);
+[[nodiscard]] IDispatchPtr newRelationObject(const std::shared_ptr<HostState>& host,
                                              const DrawingPtr& drawing, const Drawn& drawn,
                                              bool known);
 

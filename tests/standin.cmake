@@ -17,6 +17,8 @@ kt_test(standin_tests
   standin_Parts_test.cpp
   standin_RefPlanes_test.cpp
   standin_Reference_test.cpp
+  standin_Relations_test.cpp
   standin_Session_test.cpp
+  standin_Sketch_test.cpp
   standin_Variables_test.cpp
   LINK ktstandin)

@@ -115,6 +115,22 @@ TEST_F(standin_AssemblyFiles, ASubassemblyIsSharedWhenItIsOpenUnderItsName)
     EXPECT_EQ(countOccurrences(clamp), 3);
 }
 
+TEST_F(standin_AssemblyFiles, WhatHasChangedOrIsOfTheOtherKindIsInTheWay)
+{
+    const std::vector<IDispatchPtr> parts = session.openParts(clampFile());
+    session.change(parts[0], standin::makeModel({plainBox()}));
+    EXPECT_THROW(session.openAssembly(clampFile()), standin::HostError);
+    EXPECT_THROW(session.openParts(clampFile()), standin::HostError);
+    EXPECT_EQ(session.documents().size(), 3u);
+    session.close(parts[0]);
+    session.rename(parts[1], clampFile() + "!clamp");
+    EXPECT_THROW(session.openAssembly(clampFile()), standin::HostError);
+    session.close(parts[1]);
+    const IDispatchPtr assembly = session.openAssembly(clampFile());
+    EXPECT_EQ(documentOf(occurrenceOf(documentOf(occurrenceOf(assembly, 2)), 2)).GetInterfacePtr(),
+              parts[2].GetInterfacePtr());
+}
+
 TEST_F(standin_AssemblyFiles, APartFileOpensAsAPart)
 {
     const std::string holder = std::string(KT_SOURCE_DIR) + "/samples/holder.step";

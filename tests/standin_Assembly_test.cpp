@@ -1,14 +1,11 @@
 //! Assembly documents and their occurrences.
 
-#include "standin/Object.h"
 #include "support/AssemblyObjects.h"
 #include "support/CensusGuard.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
-#include <map>
 #include <set>
 
 namespace {
@@ -42,93 +39,6 @@ TEST_F(standin_Assembly, TheDocumentHasWhatAllDocumentsHave)
     EXPECT_EQ(get(vice, 18).text(), "vice.asm");
     EXPECT_EQ(get(vice, 70).number(), 3);
     EXPECT_EQ(need(get(vice, 22)).GetInterfacePtr(), session.application().GetInterfacePtr());
-}
-
-TEST_F(standin_Assembly, InterfacesAreAskedForByTheHostsIdentifiers)
-{
-    const std::map<std::wstring, IDispatchPtr> objects = {
-        {L"{00C6BF00-483B-11CE-951A-08003601BE52}", vice},
-        {L"{7AD88CC9-E2F4-11D2-BED3-080036B4D502}", occurrencesOf(vice)},
-        {L"{600251C5-E2F4-11D2-BED3-080036B4D502}", occurrenceOf(vice, 1)},
-        {L"{8FF2DD02-19B3-11D1-AEAF-08003616CE02}",
-         need(createReference(vice, occurrenceOf(vice, 1), nullptr))},
-        {L"{23C52E80-4698-11CE-B307-0800363A1E02}", documentOf(occurrenceOf(vice, 1))}};
-    for (const auto& [owner, unused] : objects) {
-        IID iid{};
-        ASSERT_EQ(IIDFromString(std::wstring(owner).data(), &iid), S_OK);
-        for (const auto& [name, object] : objects) {
-            void* found = nullptr;
-            EXPECT_EQ(object->QueryInterface(iid, &found), name == owner ? S_OK : E_NOINTERFACE);
-            if (found != nullptr) {
-                EXPECT_EQ(found, object.GetInterfacePtr());
-                object->Release();
-            }
-        }
-    }
-}
-
-//! A member as the host numbers it.
-struct Row
-{
-    const wchar_t* name;
-    DISPID id;
-    WORD kind;
-    std::size_t parameters;
-};
-
-TEST_F(standin_Assembly, MembersHaveTheHostsNumbersAndThereAreNoOthers)
-{
-    constexpr WORD kM = DISPATCH_METHOD;
-    constexpr WORD kG = DISPATCH_PROPERTYGET;
-    constexpr DISPID kAny = -1; // the host's number is not known
-    const std::vector<std::pair<IDispatchPtr, std::vector<Row>>> classes = {
-        {vice,
-         {{L"FullName", 9, kG, 0},
-          {L"Name", 18, kG, 0},
-          {L"Parent", 22, kG, 0},
-          {L"Type", 70, kG, 0},
-          {L"Close", kAny, kM, 0},
-          {L"Occurrences", 0x4006, kG, 0},
-          {L"CreateReference", 38, kM, 2},
-          {L"CreateReference2", 0x604C, kM, 2},
-          {L"BindKeyToObject", 0x6006, kM, 2},
-          {L"Variables", 0x6001, kG, 0},
-          {L"AsmRefPlanes", 0x6002, kG, 0},
-          {L"AsmRefPlanes", 0x6065, kG, 0}}},
-        {occurrencesOf(vice),
-         {{L"Count", 3, kG, 0}, {L"Item", 0, kM, 1}, {L"Parent", kAny, kG, 0}}},
-        {occurrenceOf(vice, 1),
-         {{L"OccurrenceDocument", 38, kG, 0},
-          {L"Subassembly", 10, kG, 0},
-          {L"Type", 11, kG, 0},
-          {L"GetReferenceKey", 42, kM, 2},
-          {L"Name", kAny, kG, 0},
-          {L"Parent", kAny, kG, 0},
-          {L"GetMatrix", kAny, kM, 1}}},
-        {need(createReference(vice, occurrenceOf(vice, 1), nullptr)),
-         {{L"Object", 4, kG, 0},
-          {L"Parent", 5, kG, 0},
-          {L"Type", 6, kG, 0},
-          {L"ImmediateParent", 7, kG, 0},
-          {L"GetMatrix", 8, kM, 1},
-          {L"GetOccurrencesInPath", 10, kM, 4}}}};
-    for (const auto& [object, rows] : classes) {
-        const auto& info = dynamic_cast<standin::Object*>(object.GetInterfacePtr())->info();
-        SCOPED_TRACE(info.name);
-        EXPECT_EQ(info.members.size(), rows.size());
-        for (const Row& row : rows) {
-            SCOPED_TRACE(com::toUtf8(row.name));
-            DISPID id = row.id;
-            if (row.id == kAny) {
-                ASSERT_EQ(identify(object, row.name, id), S_OK);
-            }
-            const standin::Member* const member = info.find(id, row.kind);
-            ASSERT_NE(member, nullptr);
-            EXPECT_EQ(member->name, com::toUtf8(row.name));
-            EXPECT_EQ(member->kinds, row.kind);
-            EXPECT_EQ(member->parameters.size(), row.parameters);
-        }
-    }
 }
 
 TEST_F(standin_Assembly, ItsOwnPlanesAndVariablesAreThere)

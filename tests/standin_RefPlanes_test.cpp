@@ -1,9 +1,7 @@
 //! Reference planes of parts and, under other numbers, of assemblies.
 
-#include "standin/DrawingObject.h"
-#include "standin/Host.h"
+#include "support/AssemblyObjects.h"
 #include "support/CensusGuard.h"
-#include "support/HostObjects.h"
 
 #include <gtest/gtest.h>
 
@@ -116,12 +114,10 @@ TEST_F(standin_RefPlanes, ATwinIsAnotherObjectOfTheSamePlane)
     EXPECT_EQ(ask(twin, L"GetNormal"), ask(plane, L"GetNormal"));
 }
 
-TEST(standin_AsmRefPlanes, HaveNumbersOfTheirOwn)
+TEST_F(standin_RefPlanes, ThoseOfAssembliesHaveNumbersOfTheirOwn)
 {
-    const CensusGuard guard;
-    const auto host = std::make_shared<standin::HostState>();
-    const auto drawing = std::make_shared<standin::Drawing>();
-    const IDispatchPtr planes = standin::newAsmRefPlanes(host, drawing);
+    const IDispatchPtr assembly = session.openAssembly(viceModel(), "vice.asm");
+    const IDispatchPtr planes = need(get(assembly, 24578));
     ASSERT_EQ(get(planes, 2).number(), 3);
     EXPECT_EQ(get(planes, 5).code, DISP_E_MEMBERNOTFOUND);
     const IDispatchPtr plane = item(planes, 2);
