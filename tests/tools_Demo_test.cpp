@@ -4,7 +4,9 @@
 #include "support/StepFiles.h"
 
 #include <cstdint>
+#include <locale>
 #include <map>
+#include <regex>
 
 namespace {
 
@@ -19,8 +21,10 @@ protected:
     void expectUnusable(const std::string& path)
     {
         const std::string name = fs::u8path(path).filename().u8string();
-        for (const Arguments& arguments :
-             {Arguments{path}, {"box", path}, {"reference", path, "1"}}) {
+        for (const Arguments& arguments : {Arguments{path},
+                                           {"box", path},
+                                           {"reference", path, "1"},
+                                           {"rectangle", path, "60", "40", "--plane", "1"}}) {
             const std::string line = expectRefused(arguments, 1);
             EXPECT_NE(line.find(name), std::string::npos) << arguments.front() << ": " << line;
         }
@@ -71,19 +75,40 @@ TEST_F(Demo, CutFileIsRefusedWithItsLine)
 
 TEST_F(Demo, WrongArgumentsExitWithTwo)
 {
-    for (const Arguments& arguments : {Arguments{"--no-such-option"},
-                                       {"a", "b", "c"},
-                                       {"--out"},
-                                       {"box"},
-                                       {"box", kSample, "another"},
-                                       {"box", kSample, "--no-such-option"},
-                                       {"box", kSample, "--svg", "out.svg"},
-                                       {"reference", kSample},
-                                       {"reference", kSample, "1", "2"},
-                                       {"reference", kSample, ""},
-                                       {"reference", kSample, "/1"},
-                                       {"reference", kSample, "1/"},
-                                       {"reference", kSample, "1//1"}}) {
+    for (const Arguments& arguments :
+         {Arguments{"--no-such-option"},
+          {"a", "b", "c"},
+          {"--out"},
+          {"box"},
+          {"box", kSample, "another"},
+          {"box", kSample, "--no-such-option"},
+          {"box", kSample, "--svg", "out.svg"},
+          {"rectangle", kSample, "60", "40"},
+          {"rectangle", kSample, "60", "--plane", "1"},
+          {"rectangle", kSample, "60", "40", "1", "--plane", "1"},
+          {"rectangle", kSample, "60", "40", "--plane"},
+          {"rectangle", kSample, "60", "40", "--plane", "0"},
+          {"rectangle", kSample, "60", "40", "--plane", "-1"},
+          {"rectangle", kSample, "60", "40", "--plane", "1.5"},
+          {"rectangle", kSample, "60", "40", "--plane", "99999999999999999999"},
+          {"rectangle", kSample, "60", "40", "--plane", "1", "--constructions"},
+          {"rectangle", kSample, "60", "40", "--plane", "1", "--svg"},
+          {"rectangle", kSample, "0", "40", "--plane", "1"},
+          {"rectangle", kSample, "60", "0", "--plane", "1"},
+          {"rectangle", kSample, "-60", "40", "--plane", "1"},
+          {"rectangle", kSample, "60", "-40", "--plane", "1"},
+          {"rectangle", kSample, "nan", "40", "--plane", "1"},
+          {"rectangle", kSample, "60", "inf", "--plane", "1"},
+          {"rectangle", kSample, "60", "1e999", "--plane", "1"},
+          {"rectangle", kSample, "60mm", "40", "--plane", "1"},
+          {"rectangle", kSample, "6,5", "40", "--plane", "1"},
+          {"rectangle", kSample, "", "40", "--plane", "1"},
+          {"reference", kSample},
+          {"reference", kSample, "1", "2"},
+          {"reference", kSample, ""},
+          {"reference", kSample, "/1"},
+          {"reference", kSample, "1/"},
+          {"reference", kSample, "1//1"}}) {
         SCOPED_TRACE(testing::PrintToString(arguments));
         static_cast<void>(expectRefused(arguments, 2));
     }
@@ -93,15 +118,15 @@ TEST_F(Demo, HelpNamesTheVerbs)
 {
     const DemoOutcome outcome = runDemo({"--help"});
     EXPECT_EQ(outcome.code, 0);
-    for (const char* word : {"PART", "box", "reference"}) {
+    for (const char* word : {"PART", "box", "rectangle", "reference"}) {
         EXPECT_NE(outcome.out.find(word), std::string::npos) << word;
     }
 }
 
 TEST_F(Demo, EachVerbExplainsItself)
 {
-    const std::map<std::string, std::string> words = {{"box", "--constructions"},
-                                                      {"reference", "PATH"}};
+    const std::map<std::string, std::string> words = {
+        {"box", "--constructions"}, {"rectangle", "in millimetres"}, {"reference", "PATH"}};
     for (const auto& [verb, word] : words) {
         const DemoOutcome outcome = runDemo({verb, "--help"});
         EXPECT_EQ(outcome.code, 0) << verb;
@@ -119,6 +144,37 @@ TEST_F(Demo, VerbIsKnownByTheFirstArgumentAlone)
     EXPECT_NE(expectRefused({"./box"}, 1).find("./box: there is no such file"), std::string::npos);
     write("box", contentOf(kSample));
     EXPECT_EQ(runJson({(folder / "box").u8string()})["bodies"], 1);
+}
+
+//! Writes numbers as "1.234,5".
+class CommaNumbers : public std::numpunct<char>
+{
+protected:
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+TEST_F(Demo, NumbersAreTheSameInEveryLocale)
+{
+    const std::string clamps = samplePath("clamp-assembly.step");
+    for (const Arguments& arguments :
+         {Arguments{"box", kSample},
+          {"reference", clamps, "3/2"},
+          {"rectangle", kSample, "1234.5", "1000", "--plane", "1", "--constrain"}}) {
+        const auto withoutTimes = [](std::string text) {
+            // Seconds have three digits behind the point and differ from run to run.
+            static const std::regex seconds("[0-9]+\\.[0-9]{3} s");
+            return std::regex_replace(text, seconds, "T s");
+        };
+        const DemoOutcome classic = runDemo(arguments);
+        const std::locale before =
+            std::locale::global(std::locale(std::locale::classic(), new CommaNumbers));
+        const DemoOutcome other = runDemo(arguments);
+        std::locale::global(before);
+        EXPECT_EQ(other.code, 0) << other.error;
+        EXPECT_EQ(withoutTimes(other.out), withoutTimes(classic.out));
+    }
 }
 
 TEST_F(Demo, OutputThatCannotBeWrittenIsNoSuccess)

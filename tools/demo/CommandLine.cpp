@@ -2,16 +2,20 @@
 
 #include "demo/Box.h"
 #include "demo/Life.h"
+#include "demo/Rectangle.h"
 #include "demo/Reference.h"
 #include "demo/Report.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <functional>
+#include <locale>
 #include <map>
 #include <optional>
 #include <ostream>
+#include <sstream>
 
 namespace demo {
 namespace {
@@ -88,6 +92,7 @@ int runLife(const Arguments& arguments, const Streams& streams)
     addJson(app, json);
     app.footer("Verbs, as the first argument (a file of such a name is given as ./box):\n"
                "  box         measure a part or an assembly\n"
+               "  rectangle   draw a rectangle on a plane of a part or an assembly\n"
                "  reference   make an assembly's reference to an occurrence at any depth\n"
                "See ktmdl-demo VERB --help.");
     if (const auto code = parse(app, arguments, streams)) {
@@ -161,12 +166,84 @@ int runReference(const Arguments& arguments, const Streams& streams)
     });
 }
 
+//! Reads a number above 0, whatever the locale; 0 when the text is none.
+double positiveNumber(const std::string& text)
+{
+    std::istringstream in(text);
+    in.imbue(std::locale::classic());
+    double number = 0.0;
+    in >> number;
+    return in && in.eof() && std::isfinite(number) && number > 0.0 ? number : 0.0;
+}
+
+std::string checkSize(const std::string& text)
+{
+    return positiveNumber(text) > 0.0 ? std::string()
+                                      : "\"" + text + "\" is not a size above 0 in millimetres";
+}
+
+//! Reads a number from 1; 0 when the text is none.
+long numberFromOne(const std::string& text)
+{
+    const bool isNumber = !text.empty() && text.size() < 7 &&
+                          text.find_first_not_of("0123456789") == std::string::npos;
+    return isNumber ? std::stol(text) : 0;
+}
+
+std::string checkPlane(const std::string& text)
+{
+    return numberFromOne(text) > 0 ? std::string()
+                                   : "\"" + text + "\" is not the number of a plane, from 1";
+}
+
+int runRectangle(const Arguments& arguments, const Streams& streams)
+{
+    RectangleOptions options;
+    std::string width;
+    std::string height;
+    std::string plane;
+    bool json = false;
+    CLI::App app("Draws a rectangle round the origin of a reference plane and prints the profile's "
+                 "lines, relations and dimensions as the host has them afterwards.",
+                 "ktmdl-demo rectangle");
+    app.add_option("PART", options.part, "STEP file of a part, or of an assembly")->required();
+    app.add_option("WIDTH", width, "along the profile's x axis, in millimetres")
+        ->required()
+        ->check(checkSize, "");
+    app.add_option("HEIGHT", height, "along the profile's y axis, in millimetres")
+        ->required()
+        ->check(checkSize, "");
+    app.add_option("--plane", plane,
+                   "number of the reference plane to draw on: 1, 2 and 3 are the default planes "
+                   "of the document, others follow")
+        ->required()
+        ->check(checkPlane, "");
+    app.add_flag("--profile-set", options.profileSet,
+                 "draw in a profile set instead of a sketch; an assembly always has a layout");
+    app.add_flag("--constrain", options.constrain,
+                 "tie the rectangle to a default plane and give it two driving dimensions");
+    app.add_flag("--validate", options.validate, "let the host close and check the profile");
+    app.add_option("--svg", options.svg, "draw a picture of the profile into this file");
+    addJson(app, json);
+    if (const auto code = parse(app, arguments, streams)) {
+        return *code;
+    }
+    constexpr double kMillimetre = 0.001;
+    options.width = positiveNumber(width) * kMillimetre;
+    options.height = positiveNumber(height) * kMillimetre;
+    options.plane = numberFromOne(plane);
+    return perform(streams, [&] {
+        const RectangleReport report = makeRectangle(options);
+        return json ? rectangleJson(report) + "\n" : rectangleText(report);
+    });
+}
+
 } // namespace
 
 int run(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& error)
 {
     static const std::map<std::string, int (*)(const Arguments&, const Streams&)> verbs = {
-        {"box", runBox}, {"reference", runReference}};
+        {"box", runBox}, {"rectangle", runRectangle}, {"reference", runReference}};
     const auto verb = arguments.empty() ? verbs.end() : verbs.find(arguments.front());
     const Streams streams{out, error};
     return verb == verbs.end()
