@@ -117,7 +117,7 @@ std::string described(const MeasuredDocument& document)
     if (document.assembly) {
         text += ", " + count(document.occurrences, "occurrence", "occurrences");
         if (document.allOccurrences != document.occurrences) {
-            text += ", " + std::to_string(document.allOccurrences) + " on all levels";
+            text += ", " + std::to_string(document.allOccurrences) + " in all";
         }
     }
     return text;
