@@ -1,6 +1,9 @@
 //! The verb "box" of the demo.
 
+#include "demo/Box.h"
+#include "support/CensusGuard.h"
 #include "support/DemoRun.h"
+#include "support/LogCapture.h"
 #include "support/StepFiles.h"
 
 #include <cmath>
@@ -177,6 +180,47 @@ TEST_F(DemoBox, RealFilesHoldTheirVertices)
         }
     }
     EXPECT_EQ(assemblies, 2);
+}
+
+//! Measuring in a host that fails.
+class DemoBoxFaults : public HostTest
+{
+protected:
+    DemoBoxFaults()
+    {
+        standin::Fault fault;
+        fault.member = "GetExactRange";
+        fault.code = E_ACCESSDENIED;
+        host.faults().add(fault);
+    }
+
+    LogCapture log;
+    standin::Session host;
+};
+
+TEST_F(DemoBoxFaults, BuildersFailureIsToldWithTheLogsLastLine)
+{
+    try {
+        static_cast<void>(demo::measureBox(host, {kHolder, false}));
+        ADD_FAILURE() << "measured";
+    } catch (const demo::DemoError& error) {
+        ASSERT_FALSE(log.Lines().empty());
+        EXPECT_EQ(error.what(),
+                  "the box of " + kHolder + " was not built, status 1: " + log.Lines().back());
+        EXPECT_NE(log.Lines().back().find("hr=80070005"), std::string::npos);
+    }
+}
+
+TEST_F(DemoBoxFaults, OccurrenceThatIsLeftOutWarns)
+{
+    // The plate, which comes first, can't be measured: the box starts from the origin.
+    const demo::BoxReport report = demo::measureBox(host, {kClamps, false});
+    ASSERT_EQ(log.Lines().size(), 1U);
+    ASSERT_EQ(report.warnings.size(), 1U);
+    EXPECT_EQ(report.warnings[0], "left out: " + log.Lines()[0]);
+    EXPECT_NEAR(report.box.max[0], 0.015, kTolerance) << "the jaw";
+    EXPECT_NE(demo::boxText(report).find("\nwarning: left out: COM ERROR caught in "),
+              std::string::npos);
 }
 
 } // namespace

@@ -1,7 +1,10 @@
 //! The verb "reference" of the demo.
 
+#include "demo/Reference.h"
 #include "standin/step/StepFile.h"
+#include "support/CensusGuard.h"
 #include "support/DemoRun.h"
+#include "support/LogCapture.h"
 #include "support/StepFiles.h"
 
 #include <map>
@@ -226,6 +229,63 @@ TEST_F(DemoReference, EveryOccurrenceOfEveryFileIsReferredTo)
     EXPECT_EQ(assemblies, stepDataFolder().empty() ? 1 : 3);
     EXPECT_EQ(deepest, stepDataFolder().empty() ? 2 : 3);
     EXPECT_GT(otherWays, 0);
+}
+
+class DemoReferenceFaults : public HostTest
+{
+};
+
+TEST_F(DemoReferenceFaults, BuildersFailureIsToldWithTheLogsLastLine)
+{
+    const LogCapture log;
+    standin::Session host;
+    standin::Fault fault;
+    fault.member = "CreateReference";
+    fault.code = E_ACCESSDENIED;
+    host.faults().add(fault);
+    try {
+        static_cast<void>(demo::makeReference(host, {kClamps, "3/2"}));
+        ADD_FAILURE() << "made";
+    } catch (const demo::DemoError& error) {
+        ASSERT_FALSE(log.Lines().empty());
+        EXPECT_EQ(error.what(),
+                  "the reference to 3/2 was not made, status 1: " + log.Lines().back());
+    }
+}
+
+TEST_F(DemoReferenceFaults, OddAnswersOfTheHostAreRefused)
+{
+    using standin::FaultKind;
+    const std::vector<FaultKind> ofObjects = {FaultKind::fail, FaultKind::nullObject,
+                                              FaultKind::noResult, FaultKind::wrongType};
+    const std::map<std::string, std::vector<FaultKind>> cases = {
+        {"Occurrences", ofObjects},
+        {"OccurrenceDocument", ofObjects},
+        {"Name", {FaultKind::fail}},
+        {"GetOccurrencesInPath",
+         {FaultKind::fail, FaultKind::nullObject, FaultKind::nullArray, FaultKind::emptyArray,
+          FaultKind::shortArray, FaultKind::otherElementType}}};
+    for (const auto& [member, kinds] : cases) {
+        for (const FaultKind kind : kinds) {
+            SCOPED_TRACE(testing::Message() << member << " " << static_cast<int>(kind));
+            standin::Session host;
+            standin::Fault fault;
+            fault.member = member;
+            fault.kind = kind;
+            fault.lasting = true;
+            host.faults().add(fault);
+            bool refused = false;
+            try {
+                static_cast<void>(demo::makeReference(host, {kClamps, "3/2"}));
+            } catch (const demo::DemoError&) {
+                refused = true;
+            } catch (const _com_error&) {
+                refused = true;
+            }
+            EXPECT_TRUE(refused);
+            EXPECT_TRUE(host.faults().fired());
+        }
+    }
 }
 
 } // namespace

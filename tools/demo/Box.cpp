@@ -81,12 +81,13 @@ std::vector<IDispatchPtr> open(standin::Session& host, const BoxOptions& options
     return documents;
 }
 
-BoxReport measure(const BoxOptions& options)
+} // namespace
+
+BoxReport measureBox(standin::Session& host, const BoxOptions& options)
 {
     BoxReport report;
     report.file = options.file;
     report.constructions = options.constructions;
-    standin::Session host;
     std::vector<IDispatchPtr> documents;
     runStep(host, report.effort, "open", [&] { documents = open(host, options, report); });
     runStep(host, report.effort, "measure", [&] {
@@ -105,6 +106,18 @@ BoxReport measure(const BoxOptions& options)
     }
     return report;
 }
+
+BoxReport measureBox(const BoxOptions& options)
+{
+    BoxReport report;
+    onStage("", [&](const std::filesystem::path&) {
+        standin::Session host;
+        report = measureBox(host, options);
+    });
+    return report;
+}
+
+namespace {
 
 const char* kindOf(const MeasuredDocument& document)
 {
@@ -136,13 +149,6 @@ nlohmann::ordered_json jsonOf(const Box& box)
 
 } // namespace
 
-BoxReport measureBox(const BoxOptions& options)
-{
-    BoxReport report;
-    onStage("", [&](const std::filesystem::path&) { report = measure(options); });
-    return report;
-}
-
 std::string boxText(const BoxReport& report)
 {
     const std::vector<MeasuredDocument>& documents = report.documents;
@@ -156,7 +162,7 @@ std::string boxText(const BoxReport& report)
                      report.effort.seconds.at(1).second);
     text += "  from " + corner(report.box.min) + " to " + corner(report.box.max) + " mm\n";
     for (std::size_t i = 0; several && i < documents.size(); ++i) {
-        text += "  " + documents[i].name + ": " + described(documents[i]) + ", " +
+        text += "  " + printable(documents[i].name) + ": " + described(documents[i]) + ", " +
                 boxSizes(documents[i].box.min, documents[i].box.max) + "\n";
     }
     if (several || documents.front().assembly) {

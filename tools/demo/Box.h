@@ -48,6 +48,11 @@ struct BoxReport
 //! connects, each is opened and measured, and their boxes are united.
 //! @throws DemoError  the file can't be used or measured
 [[nodiscard]] BoxReport measureBox(const BoxOptions& options);
+//! Does the same in a host that is there, with the diagnostic log as it is.
+//! @throws DemoError        the file holds nothing, or the builder failed
+//! @throws step::StepError  the file can't be used
+//! @throws _com_error       the host refused to tell a document's kind
+[[nodiscard]] BoxReport measureBox(standin::Session& host, const BoxOptions& options);
 
 //! Writes the report for a reader, lengths in millimetres.
 [[nodiscard]] std::string boxText(const BoxReport& report);

@@ -8,7 +8,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <locale>
@@ -34,10 +33,9 @@ struct Streams
 
 //! Writes the line of an error.
 //! @return  the exit code given
-int refuse(const Streams& streams, std::string line, int code)
+int refuse(const Streams& streams, const std::string& line, int code)
 {
-    std::replace(line.begin(), line.end(), '\n', ' ');
-    streams.error << "ktmdl-demo: " << line << "\n";
+    streams.error << "ktmdl-demo: " << printable(line) << "\n";
     return code;
 }
 

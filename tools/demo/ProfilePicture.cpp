@@ -1,5 +1,6 @@
 #include "demo/ProfilePicture.h"
 
+#include "demo/PictureParts.h"
 #include "demo/ProfileText.h"
 #include "demo/Report.h"
 #include "demo/Svg.h"
@@ -26,33 +27,14 @@ constexpr Pixel kCentre{350.0, 345.0};
 constexpr double kWidest = 440.0;  // the profile
 constexpr double kHighest = 330.0; // the profile
 constexpr double kShortest = 64.0; // the profile's short side: room for two marks and an axis
-constexpr double kMark = 16.0;     // width of a relation's mark
 constexpr double kMarkOffset = 17.0;
 constexpr double kSizeOffset = 54.0;
 constexpr double kLegend = 715.0;
 
 constexpr const char* kSide = "stroke=\"#1f4e9c\" stroke-width=\"2.5\" stroke-linecap=\"round\"";
 constexpr const char* kAxis = "stroke=\"#555555\" stroke-width=\"1.2\"";
-constexpr const char* kPlane =
-    "stroke=\"#e0932f\" stroke-width=\"5\" stroke-opacity=\"0.6\" stroke-dasharray=\"16 5 4 5\"";
 constexpr const char* kPlaneColour = "#a35f00";
-constexpr const char* kAlign = "stroke=\"#8a2d8a\" stroke-width=\"1.5\" stroke-dasharray=\"3 3\"";
-constexpr const char* kGlyph = "stroke=\"#8a2d8a\" stroke-width=\"2\"";
-constexpr const char* kDriving = "#0b6b3a";
-constexpr const char* kMeasured = "#777777";
 
-Pixel operator+(const Pixel& a, const Pixel& b)
-{
-    return {a.x + b.x, a.y + b.y};
-}
-Pixel operator-(const Pixel& a, const Pixel& b)
-{
-    return {a.x - b.x, a.y - b.y};
-}
-Pixel operator*(const Pixel& a, double factor)
-{
-    return {a.x * factor, a.y * factor};
-}
 double dot(const Pixel& a, const Pixel& b)
 {
     return a.x * b.x + a.y * b.y;
@@ -130,15 +112,6 @@ private:
     void keypoints();
     void sizes();
     void size(const SketchLine& line, const std::string& text, const char* colour);
-    void arrowHead(const Pixel& tip, const Pixel& direction, const char* colour);
-    void tag(const Pixel& centre, const std::string& text);
-    void glyph(const Pixel& centre, RelationKind kind);
-    void legend();
-    void legendLines();
-    void legendRelations();
-    void legendSizes();
-    void legendHeading(const std::string& text);
-    void legendRow(const std::string& text, double indent = 30.0);
 
     [[nodiscard]] bool isDrawn(std::size_t line) const
     {
@@ -151,7 +124,6 @@ private:
     std::string mDocument;
     Scale mScale;
     Svg mSvg;
-    double mRow = 92.0; //!< the legend's next line
 };
 
 std::string titleOf(const ProfileView& profile)
@@ -203,7 +175,7 @@ std::string Picture::draw()
     marks();
     keypoints();
     sizes();
-    legend();
+    drawLegend(mSvg, {kLegend, 92.0}, kWidth - 10.0, mProfile, mScale.isTrue());
     return mSvg.finished();
 }
 
@@ -272,7 +244,7 @@ void Picture::planes()
         const Pixel label = middle + towards * reach(middle, towards, frame);
         const Pixel foot =
             middle - towards * std::max(reach(middle, towards * -1.0, frame) - 30.0, 0.0);
-        mSvg.line(foot, label, kPlane);
+        mSvg.line(foot, label, kPlaneLook);
         TextStyle style;
         style.colour = kPlaneColour;
         mSvg.text(label + (lies ? Pixel{4.0, 4.0} : Pixel{8.0, 10.0}), lineName(mProfile, i),
@@ -294,20 +266,12 @@ void Picture::axes()
     style.anchor = "middle";
     mSvg.begin("axes");
     mSvg.line({kCentre.x - mScale.half().x - kBehind, origin.y}, {right, origin.y}, kAxis);
-    arrowHead({right + 4.0, origin.y}, {1.0, 0.0}, "#555555");
+    drawArrowHead(mSvg, {right + 4.0, origin.y}, {1.0, 0.0}, "#555555");
     mSvg.text({right + 12.0, origin.y + 4.0}, "x", style);
     mSvg.line({origin.x, kCentre.y + mScale.half().y + kBehind}, {origin.x, top}, kAxis);
-    arrowHead({origin.x, top - 4.0}, {0.0, -1.0}, "#555555");
+    drawArrowHead(mSvg, {origin.x, top - 4.0}, {0.0, -1.0}, "#555555");
     mSvg.text({origin.x - 13.0, top + 2.0}, "y", style);
     mSvg.end();
-}
-
-//! @param direction  of length 1
-void Picture::arrowHead(const Pixel& tip, const Pixel& direction, const char* colour)
-{
-    const Pixel back = tip - direction * 10.0;
-    const Pixel across{direction.y * 3.5, -direction.x * 3.5};
-    mSvg.polygon({tip, back + across, back - across}, std::string("fill=\"") + colour + "\"");
 }
 
 //! Draws the lines, each with its number.
@@ -324,21 +288,10 @@ void Picture::sides()
     for (std::size_t i = 0; i < mProfile.lines.size(); ++i) {
         if (isDrawn(i)) {
             const Pixel place = at(i, 0) * 0.25 + at(i, 1) * 0.75;
-            tag(place + outward(mProfile.lines[i]) * kMarkOffset, std::to_string(i + 1));
+            drawTag(mSvg, place + outward(mProfile.lines[i]) * kMarkOffset, std::to_string(i + 1));
         }
     }
     mSvg.end();
-}
-
-void Picture::tag(const Pixel& centre, const std::string& text)
-{
-    TextStyle style;
-    style.size = 11.0;
-    style.anchor = "middle";
-    style.colour = "#1f4e9c";
-    style.bold = true;
-    mSvg.circle(centre, 8.5, "fill=\"#eaf0fa\" stroke=\"#1f4e9c\"");
-    mSvg.text(centre + Pixel{0.0, 4.0}, text, style);
 }
 
 void Picture::alignments()
@@ -348,7 +301,7 @@ void Picture::alignments()
         if (relation.kind == RelationKind::horizontalAlign ||
             relation.kind == RelationKind::verticalAlign) {
             mSvg.line(at(relation.line, relation.keypoint),
-                      at(relation.otherLine, relation.otherKeypoint), kAlign);
+                      at(relation.otherLine, relation.otherKeypoint), kAlignLook);
         }
     }
     mSvg.end();
@@ -366,53 +319,23 @@ void Picture::marks()
         switch (relation.kind) {
         case RelationKind::horizontal:
         case RelationKind::vertical:
-            glyph(at(relation.line, 0) * 0.75 + at(relation.line, 1) * 0.25 + out, relation.kind);
+            drawMark(mSvg, at(relation.line, 0) * 0.75 + at(relation.line, 1) * 0.25 + out,
+                     relation.kind);
             break;
         case RelationKind::keypoint:
-            glyph(point + out + outward(mProfile.lines.at(relation.otherLine)) * kMarkOffset,
-                  relation.kind);
+            drawMark(mSvg,
+                     point + out + outward(mProfile.lines.at(relation.otherLine)) * kMarkOffset,
+                     relation.kind);
             break;
         case RelationKind::horizontalAlign:
         case RelationKind::verticalAlign:
-            const Pixel inward = out * -1.0;
             // Aside, to the right or upwards: an axis or a plane may go through the point.
-            glyph(point + inward + Pixel{std::fabs(inward.y), -std::fabs(inward.x)} * 0.8,
-                  relation.kind);
+            drawMark(mSvg, point - out + Pixel{std::fabs(out.y), -std::fabs(out.x)} * 0.8,
+                     relation.kind);
             break;
         }
     }
     mSvg.end();
-}
-
-void Picture::glyph(const Pixel& centre, RelationKind kind)
-{
-    const double half = kMark / 2.0;
-    mSvg.rectangle(centre - Pixel{half, half}, kMark, kMark,
-                   "rx=\"3\" fill=\"#f6ecf6\" stroke=\"#8a2d8a\" stroke-width=\"1\"");
-    const Pixel x{4.5, 0.0};
-    const Pixel y{0.0, 4.5};
-    const char* const dot = "fill=\"#8a2d8a\"";
-    switch (kind) {
-    case RelationKind::horizontal:
-        mSvg.line(centre - x, centre + x, kGlyph);
-        break;
-    case RelationKind::vertical:
-        mSvg.line(centre - y, centre + y, kGlyph);
-        break;
-    case RelationKind::keypoint:
-        mSvg.circle(centre, 3.5, dot);
-        break;
-    case RelationKind::horizontalAlign:
-        mSvg.line(centre - x, centre + x, kAlign);
-        mSvg.circle(centre - x, 2.0, dot);
-        mSvg.circle(centre + x, 2.0, dot);
-        break;
-    case RelationKind::verticalAlign:
-        mSvg.line(centre - y, centre + y, kAlign);
-        mSvg.circle(centre - y, 2.0, dot);
-        mSvg.circle(centre + y, 2.0, dot);
-        break;
-    }
 }
 
 //! Draws the key points: ends as full dots, middles that a relation names as rings.
@@ -471,11 +394,11 @@ void Picture::sizes()
     mSvg.begin("sizes");
     for (const LengthView& dimension : mProfile.dimensions) {
         size(mProfile.lines.at(dimension.line), millimetres(dimension.value) + " mm",
-             dimension.driving ? kDriving : kMeasured);
+             dimension.driving ? kDrivingColour : kMeasuredColour);
     }
     if (mProfile.dimensions.empty()) {
         for (const std::size_t line : measuredLines(mProfile)) {
-            size(mProfile.lines[line], lengthText(mProfile.lines[line]), kMeasured);
+            size(mProfile.lines[line], lengthText(mProfile.lines[line]), kMeasuredColour);
         }
     }
     mSvg.end();
@@ -495,8 +418,8 @@ void Picture::size(const SketchLine& line, const std::string& text, const char* 
     }
     const Pixel offset = out * kSizeOffset;
     mSvg.line(start + offset, end + offset, look);
-    arrowHead(start + offset, along * -1.0, colour);
-    arrowHead(end + offset, along, colour);
+    drawArrowHead(mSvg, start + offset, along * -1.0, colour);
+    drawArrowHead(mSvg, end + offset, along, colour);
 
     // Read from below or from the right, outside the arrow.
     TextStyle style;
@@ -512,118 +435,6 @@ void Picture::size(const SketchLine& line, const std::string& text, const char* 
     const bool isBelow = dot(out, {-std::sin(turn), std::cos(turn)}) > 0.0;
     mSvg.text((start + end) * 0.5 + out * (kSizeOffset + (isBelow ? 8.0 + kTextSize * 0.75 : 8.0)),
               text, style);
-}
-
-void Picture::legendHeading(const std::string& text)
-{
-    TextStyle style;
-    style.size = 14.0;
-    style.bold = true;
-    mRow += 8.0;
-    mSvg.text({kLegend, mRow}, text, style);
-    mRow += 22.0;
-}
-
-//! Writes a row; what stands before it has been drawn by then.
-void Picture::legendRow(const std::string& text, double indent)
-{
-    constexpr double kRoom = kWidth - kLegend - 40.0;
-    constexpr double kLetter = 0.62; // width of a letter, in sizes of the font
-    TextStyle style;
-    const double wanted = static_cast<double>(text.size()) * kLetter * style.size;
-    if (wanted > kRoom) {
-        style.size *= kRoom / wanted;
-    }
-    mSvg.text({kLegend + indent, mRow}, text, style);
-    mRow += 22.0;
-}
-
-void Picture::legend()
-{
-    mSvg.begin("legend");
-    legendLines();
-    legendRelations();
-    legendSizes();
-    legendHeading("Profile");
-    legendRow(mProfile.finished ? "closed and valid" : "not validated", 0.0);
-    legendRow(mScale.isTrue() ? "drawn to scale" : "not to scale: the short side is drawn longer",
-              0.0);
-    mSvg.end();
-}
-
-void Picture::legendLines()
-{
-    legendHeading("Lines (mm)");
-    for (std::size_t i = 0; i < mProfile.lines.size(); ++i) {
-        if (isDrawn(i)) {
-            tag({kLegend + 10.0, mRow - 4.0}, std::to_string(i + 1));
-            legendRow(courseOf(mProfile.lines[i]));
-        } else {
-            mSvg.line({kLegend, mRow - 4.0}, {kLegend + 22.0, mRow - 4.0}, kPlane);
-            legendRow(lineName(mProfile, i) + ", seen from its edge");
-        }
-    }
-}
-
-//! Names the partners of a relation as short as they can be.
-std::string shortPartners(const ProfileView& profile, const SketchRelation& relation)
-{
-    const auto name = [&profile](std::size_t line) {
-        return profile.lines.at(line).plane == standin::geom::kNone ? std::to_string(line + 1)
-                                                                    : lineName(profile, line);
-    };
-    if (relation.otherLine == standin::geom::kNone) {
-        return name(relation.line);
-    }
-    if (relation.kind == RelationKind::keypoint) {
-        return name(relation.line) + "-" + name(relation.otherLine);
-    }
-    return std::string(keypointName(relation.keypoint)) + " of " + name(relation.line) + ", " +
-           keypointName(relation.otherKeypoint) + " of " + name(relation.otherLine);
-}
-
-void Picture::legendRelations()
-{
-    if (mProfile.relations.empty()) {
-        return;
-    }
-    legendHeading("Relations");
-    for (const RelationKind kind :
-         {RelationKind::horizontal, RelationKind::vertical, RelationKind::keypoint,
-          RelationKind::verticalAlign, RelationKind::horizontalAlign}) {
-        std::string partners;
-        for (const SketchRelation& relation : mProfile.relations) {
-            if (relation.kind == kind) {
-                partners += (partners.empty() ? ": " : ", ") + shortPartners(mProfile, relation);
-            }
-        }
-        if (!partners.empty()) {
-            glyph({kLegend + 10.0, mRow - 4.0}, kind);
-            legendRow(relationName(kind) + partners);
-        }
-    }
-}
-
-void Picture::legendSizes()
-{
-    legendHeading("Sizes");
-    const auto arrow = [this](const char* colour) {
-        const double y = mRow - 4.0;
-        mSvg.line({kLegend, y}, {kLegend + 22.0, y},
-                  std::string("stroke=\"") + colour + "\" stroke-width=\"1.2\"");
-        arrowHead({kLegend, y}, {-1.0, 0.0}, colour);
-        arrowHead({kLegend + 22.0, y}, {1.0, 0.0}, colour);
-    };
-    for (const LengthView& dimension : mProfile.dimensions) {
-        arrow(dimension.driving ? kDriving : kMeasured);
-        legendRow(dimension.name + ": " + lineName(mProfile, dimension.line) + ", " +
-                  millimetres(dimension.value) + " mm, " +
-                  (dimension.driving ? "driving" : "driven"));
-    }
-    if (mProfile.dimensions.empty()) {
-        arrow(kMeasured);
-        legendRow("measured, no dimension");
-    }
 }
 
 } // namespace

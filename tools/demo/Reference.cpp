@@ -181,10 +181,14 @@ IDispatchPtr built(const IDispatchPtr& document, const IDispatchPtr& target,
 Objects wayOf(const IDispatchPtr& result, ReferenceReport& report)
 {
     const bool isReference = longProperty(result, L"Type") == ktmdl_host::igReference;
+    const IDispatchPtr target = isReference ? objectProperty(result, L"Object") : result;
+    Objects way = isReference ? occurrencesInPath(result) : Objects{result};
+    if (!isSame(way.back(), target)) {
+        throw DemoError("the way of the reference does not lead to what it refers to");
+    }
     report.result = isReference ? "reference" : "occurrence";
-    report.refersTo =
-        textProperty(isReference ? objectProperty(result, L"Object") : result, L"Name");
-    return isReference ? occurrencesInPath(result) : Objects{result};
+    report.refersTo = textProperty(target, L"Name");
+    return way;
 }
 
 bool areSame(const Objects& first, const Objects& second)
@@ -192,14 +196,15 @@ bool areSame(const Objects& first, const Objects& second)
     return std::equal(first.begin(), first.end(), second.begin(), second.end(), isSame);
 }
 
-ReferenceReport make(const ReferenceOptions& options)
+} // namespace
+
+ReferenceReport makeReference(standin::Session& host, const ReferenceOptions& options)
 {
     ReferenceReport report;
     report.assembly = options.assembly;
     report.path = options.path;
     const std::vector<std::string> components = pathComponents(options.path);
     report.level = static_cast<long>(components.size());
-    standin::Session host;
     IDispatchPtr document;
     IDispatchPtr result;
     Objects asked;
@@ -217,13 +222,26 @@ ReferenceReport make(const ReferenceOptions& options)
     return report;
 }
 
+ReferenceReport makeReference(const ReferenceOptions& options)
+{
+    ReferenceReport report;
+    onStage("", [&](const std::filesystem::path&) {
+        standin::Session host;
+        report = makeReference(host, options);
+    });
+    return report;
+}
+
+namespace {
+
 std::string chainText(const std::vector<Link>& chain)
 {
     std::string text;
     for (std::size_t i = 0; i < chain.size(); ++i) {
         const Link& link = chain[i];
         text += "  level " + std::to_string(i + 1) + "  " + std::to_string(link.number) + " \"" +
-                link.name + "\", " + link.type + ", shows " + fileName(link.document) + "\n";
+                printable(link.name) + "\", " + link.type + ", shows " +
+                printable(fileName(link.document)) + "\n";
     }
     return text;
 }
@@ -265,13 +283,6 @@ std::vector<std::string> pathComponents(const std::string& path)
         from = to + 1;
     }
     return components;
-}
-
-ReferenceReport makeReference(const ReferenceOptions& options)
-{
-    ReferenceReport report;
-    onStage("", [&](const std::filesystem::path&) { report = make(options); });
-    return report;
 }
 
 std::string referenceText(const ReferenceReport& report)

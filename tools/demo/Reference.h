@@ -54,6 +54,12 @@ struct ReferenceReport
 //! an occurrence of an assembly that is used several times may come out by another way than asked.
 //! @throws DemoError  the file can't be used, there is no such path, or the builder failed
 [[nodiscard]] ReferenceReport makeReference(const ReferenceOptions& options);
+//! Does the same in a host that is there, with the diagnostic log as it is.
+//! @throws DemoError        there is no such path, or the builder failed
+//! @throws step::StepError  the file can't be used
+//! @throws _com_error       the host refused an answer
+[[nodiscard]] ReferenceReport makeReference(standin::Session& host,
+                                            const ReferenceOptions& options);
 
 //! Writes the report for a reader.
 [[nodiscard]] std::string referenceText(const ReferenceReport& report);

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <iomanip>
 #include <locale>
@@ -52,6 +53,14 @@ std::string count(long number, const char* one, const char* many)
     return std::to_string(number) + " " + (number == 1 ? one : many);
 }
 
+std::string printable(std::string text)
+{
+    std::replace_if(
+        text.begin(), text.end(),
+        [](char each) { return (each >= '\0' && each < ' ') || each == '\x7F'; }, ' ');
+    return text;
+}
+
 std::string millimetres(double metres)
 {
     constexpr double kVisible = 5e-10; // millimetres
@@ -82,8 +91,8 @@ std::string boxSizes(const std::array<double, 3>& min, const std::array<double, 
 std::string stepLine(const std::string& name, const std::string& text, double seconds)
 {
     std::ostringstream out = classicStream();
-    out << std::left << std::setw(10) << name << std::setw(56) << text << std::right << std::fixed
-        << std::setprecision(3) << std::setw(8) << seconds << " s\n";
+    out << std::left << std::setw(10) << name << std::setw(56) << printable(text) << std::right
+        << std::fixed << std::setprecision(3) << std::setw(8) << seconds << " s\n";
     return out.str();
 }
 
@@ -91,7 +100,7 @@ std::string endingText(const std::vector<std::string>& warnings, const Effort& e
 {
     std::ostringstream out = classicStream();
     for (const std::string& warning : warnings) {
-        out << "warning: " << warning << "\n";
+        out << "warning: " << printable(warning) << "\n";
     }
     out << std::fixed << std::setprecision(3) << "done in " << effort.totalSeconds() << " s with "
         << effort.totalCalls() << " host calls\n";

@@ -21,6 +21,9 @@ namespace demo {
 [[nodiscard]] std::ostringstream classicStream();
 //! Writes a number with the word for one or for many.
 [[nodiscard]] std::string count(long number, const char* one, const char* many);
+//! Gives a text of a file or of the host as it may be printed within a line: control characters
+//! become blanks.
+[[nodiscard]] std::string printable(std::string text);
 //! Writes a length in millimetres, as short as it can be written with nine digits, without unit.
 //! @param metres  a value that rounds to zero is written without a sign
 [[nodiscard]] std::string millimetres(double metres);

@@ -9,7 +9,6 @@
 #include "ktstd/ktstd_fail.h"
 #include "standin/step/StepFile.h"
 
-#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <new>
@@ -103,9 +102,6 @@ std::vector<std::string> logLines()
     std::ifstream log(std::filesystem::u8path(ktstd_Debug::LogPath()), std::ios::binary);
     std::vector<std::string> lines;
     for (std::string line; std::getline(log, line);) {
-        std::replace_if(
-            line.begin(), line.end(),
-            [](char character) { return character >= '\0' && character < ' '; }, ' ');
         if (!line.empty()) {
             lines.push_back(line);
         }

@@ -33,8 +33,7 @@ public:
 //!                    host, of the kernel or of the file system
 void onStage(const std::string& out, const std::function<void(const std::filesystem::path&)>& work);
 
-//! Gives the lines that the diagnostic log holds by now, without control characters; only of use
-//! in the work of onStage.
+//! Gives the lines that the diagnostic log holds by now, but empty ones.
 [[nodiscard]] std::vector<std::string> logLines();
 //! Gives the last of them in the form ": line", and nothing when there is none.
 [[nodiscard]] std::string lastLogLine();

@@ -16,6 +16,19 @@ struct Pixel
     double y{};
 };
 
+[[nodiscard]] inline Pixel operator+(const Pixel& a, const Pixel& b)
+{
+    return {a.x + b.x, a.y + b.y};
+}
+[[nodiscard]] inline Pixel operator-(const Pixel& a, const Pixel& b)
+{
+    return {a.x - b.x, a.y - b.y};
+}
+[[nodiscard]] inline Pixel operator*(const Pixel& a, double factor)
+{
+    return {a.x * factor, a.y * factor};
+}
+
 //! Makes a text fit for XML: markup is escaped, control characters and what is not UTF-8 replaced.
 [[nodiscard]] std::string xmlText(const std::string& text);
 
