@@ -146,6 +146,30 @@ TEST_F(Demo, VerbIsKnownByTheFirstArgumentAlone)
     EXPECT_EQ(runJson({(folder / "box").u8string()})["bodies"], 1);
 }
 
+TEST_F(Demo, ControlCharactersStayOutOfLines)
+{
+    const std::string odd = "a\nb\r\x1B[31m\x7F.step";
+    for (const Arguments& arguments : {Arguments{odd},
+                                       {"box", odd},
+                                       {"reference", odd, "1"},
+                                       {"reference", kSample, "\n", "\n"}}) {
+        const DemoOutcome outcome = runDemo(arguments);
+        EXPECT_NE(outcome.code, 0);
+        EXPECT_EQ(outcome.error.find_first_of("\n\r\x1B\x7F"), outcome.error.size() - 1)
+            << outcome.error;
+    }
+    // A line feed and an escape in the name of the first occurrence.
+    std::string text = contentOf(samplePath("clamp-assembly.step"));
+    const std::size_t at = text.find("OCCURRENCE('base','base'");
+    ASSERT_NE(at, std::string::npos);
+    text.replace(at, 24, "OCCURRENCE('base','b\\X\\0A\\X\\1Bse'");
+    const DemoOutcome outcome = runDemo({"reference", write("odd.step", text), "1"});
+    ASSERT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_NE(outcome.out.find("\n  level 1  1 \"b  se\", part, "), std::string::npos)
+        << outcome.out;
+    EXPECT_EQ(outcome.out.find('\x1B'), std::string::npos);
+}
+
 //! Writes numbers as "1.234,5".
 class CommaNumbers : public std::numpunct<char>
 {

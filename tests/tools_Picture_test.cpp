@@ -255,7 +255,22 @@ TEST_F(DemoPicture, NothingThatIsReadOverlapsOrLeavesThePicture)
                 }
             }
             EXPECT_GT(areas.size(), 12U);
+            std::vector<Area> strokes;
+            for (const char* group : {"sides", "axes", "sizes"}) {
+                for (const XmlElement& line : of(all, group, "line")) {
+                    const auto [left, right] =
+                        std::minmax<double>({line.number("x1"), line.number("x2")});
+                    const auto [top, bottom] =
+                        std::minmax<double>({line.number("y1"), line.number("y2")});
+                    strokes.push_back({left - 0.5, top - 0.5, right + 0.5, bottom + 0.5});
+                }
+            }
+            EXPECT_EQ(strokes.size(), 4U + 2U + 6U);
             for (std::size_t i = 0; i < areas.size(); ++i) {
+                for (const Area& stroke : strokes) {
+                    EXPECT_FALSE(areas[i].second.meets(stroke))
+                        << "a line through " << areas[i].first;
+                }
                 EXPECT_TRUE(areas[i].second.isIn(whole)) << areas[i].first;
                 for (std::size_t k = 0; k < i; ++k) {
                     EXPECT_FALSE(areas[i].second.meets(areas[k].second))
