@@ -50,7 +50,15 @@ Drawing::Drawing()
 
 std::string Drawing::freeSystemName()
 {
-    return "V" + std::to_string(++lastNumber);
+    std::string name;
+    const auto isTaken = [this, &name](const Drawn& each) {
+        return name == (each.kind == DrawnKind::dimension ? dimensions[each.index].data.systemName
+                                                          : variables[each.index].systemName);
+    };
+    do {
+        name = "V" + std::to_string(++lastNumber);
+    } while (std::any_of(table.begin(), table.end(), isTaken));
+    return name;
 }
 
 std::size_t Drawing::add(VariableSpec variable)

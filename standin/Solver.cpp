@@ -3,15 +3,18 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace standin {
 namespace {
 
 constexpr double kHolds = 1e-10;
-//! A step stops paying when all holds to this.
+//! Steps stop paying when all holds to this.
 constexpr double kExact = 1e-15;
 constexpr int kMostSteps = 50;
+//! Steps that converge halve the error within as many.
+constexpr int kMostIdleSteps = 8;
 //! Their square is the memory that a step takes.
 constexpr std::size_t kMostEquations = 1000;
 //! Keeps the equations solvable when relations say the same thing twice.
@@ -215,12 +218,17 @@ bool solve(std::vector<SketchLine>& lines, const std::vector<SketchRelation>& re
            const std::vector<DrivenLength>& lengths)
 {
     std::vector<SketchLine> moved = lines;
-    double worst = 0.0;
-    for (int i = 0; i < kMostSteps; ++i) {
+    double reached = std::numeric_limits<double>::infinity();
+    for (int i = 0, idle = 0; i < kMostSteps && idle < kMostIdleSteps; ++i, ++idle) {
         const Equations equations = equationsOf(moved, relations, lengths);
-        worst = equations.worst();
-        if (worst <= kExact || !std::isfinite(worst) || equations.count() > kMostEquations) {
+        const double worst = equations.worst();
+        const bool settled = worst <= kExact || (worst <= kHolds && worst >= reached);
+        if (settled || !std::isfinite(worst) || equations.count() > kMostEquations) {
             break;
+        }
+        if (worst <= 0.5 * reached) {
+            reached = worst;
+            idle = 0;
         }
         const std::vector<double> change = equations.step();
         for (std::size_t line = 0; line < moved.size(); ++line) {
@@ -230,7 +238,7 @@ bool solve(std::vector<SketchLine>& lines, const std::vector<SketchRelation>& re
             }
         }
     }
-    worst = equationsOf(moved, relations, lengths).worst();
+    const double worst = equationsOf(moved, relations, lengths).worst();
     const bool allLong = std::all_of(moved.begin(), moved.end(), [](const SketchLine& line) {
         return lengthOf(line) > kShortestLine;
     });

@@ -23,9 +23,9 @@ struct DrivenLength
 [[nodiscard]] SketchPoint keypointOf(const SketchLine& line, LONG keypoint) noexcept;
 [[nodiscard]] double lengthOf(const SketchLine& line) noexcept;
 
-//! Moves lines as little as possible, by the sum of squares over their ends, until all relations
-//! and lengths hold to 1e-10 metres. Lines of projected planes stay where they are. Lines that
-//! fit already don't move.
+//! Moves lines step by step, each step the shortest one by the sum of squares over all ends, until
+//! all relations and lengths hold to 1e-10 metres. Lines of projected planes stay where they are.
+//! Lines that fit already don't move.
 //! @return false when they can't hold together, would leave a line of no length, or something must
 //!         move and there are more than 1000 equations, two for a key-point relation and one for
 //!         all others; the lines then are as they were

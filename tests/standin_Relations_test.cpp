@@ -356,6 +356,29 @@ TEST_F(standin_Rectangle, CanBeReadWithoutAutomation)
     EXPECT_TRUE(rectangle.finished);
 }
 
+TEST_F(standin_Relations, AContradictionIsFoundInALongChain)
+{
+    std::vector<IDispatchPtr> lines;
+    for (int i = 0; i < 100; ++i) {
+        lines.push_back(line(i, 0.0, i + 1.0, 0.0));
+        if (i > 0) {
+            need(addRelation(profile, kAddKeypoint, lines[lines.size() - 2], 1, lines.back(), 0));
+        }
+    }
+    const IDispatchPtr right = need(method(profile, 113, {objectValue(planeOf(document, 2))}));
+    need(addRelation(profile, kAddVerticalAlign, lines.front(), 0, right, 2));
+    session.addRefPlane(document, {"shifted", {0.5, 0.0, 0.0}, {1.0, 0.0, 0.0}, {}});
+    const IDispatchPtr shifted = need(method(profile, 113, {objectValue(planeOf(document, 4))}));
+    EXPECT_TRUE(addRelation(profile, kAddVerticalAlign, lines.back(), 1, shifted, 2).ok())
+        << "lengths are free";
+    expectEnds(shifted, {0.5, -0.1, 0.5, 0.1});
+    EXPECT_NEAR(endsOf(lines.back())[2], 0.5, 1e-10);
+    EXPECT_NEAR(endsOf(lines.front())[0], 0.0, 1e-10);
+    const Ends before = endsOf(lines[50]);
+    EXPECT_EQ(addRelation(profile, kAddVerticalAlign, lines.back(), 1, right, 2).failure(), E_FAIL);
+    EXPECT_EQ(endsOf(lines[50]), before);
+}
+
 TEST_F(standin_Relations, ALargeProfileIsDrawnButNotMoved)
 {
     std::vector<std::array<double, 2>> corners;

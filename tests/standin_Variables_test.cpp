@@ -112,6 +112,15 @@ TEST_F(standin_Variables, NamesThatAreNotGivenAreMade)
     EXPECT_EQ(get(item(variables(), 3), 1).text(), "a");
 }
 
+TEST_F(standin_Variables, NamesThatAreMadeAreFree)
+{
+    session.addVariable(document, variableNamed("a", "V1"));
+    session.addDimension(document, dimensionNamed("b", "V3"));
+    session.addVariable(document, {});
+    session.addVariable(document, {});
+    EXPECT_EQ(found(L"*"), "V1 V3 V2 V4 ");
+}
+
 TEST_F(standin_FourVariables, StandInTheOrderOfTheirMaking)
 {
     EXPECT_EQ(get(variables(), 20).number(), 4);
@@ -216,6 +225,24 @@ TEST_F(standin_FourVariables, TheCollectionKnowsItsOwnOnly)
     elsewhere.addVariable(far, {});
     const IDispatchPtr stranger = item(need(get(far, 8193)), 1);
     EXPECT_EQ(method(variables(), 25, {objectValue(stranger)}).code, DISP_E_TYPEMISMATCH);
+}
+
+TEST_F(standin_FourVariables, TextsAndObjectsAreTakenByReferenceToo)
+{
+    const IDispatchPtr variable = item(variables(), 4);
+    IDispatch* object = variable.GetInterfacePtr();
+    EXPECT_EQ(method(variables(), 25, {reference(object)}).text(), "V11");
+    _variant_t inside(object);
+    EXPECT_EQ(method(variables(), 25, {reference(inside)}).text(), "V11");
+    object = nullptr;
+    EXPECT_EQ(method(variables(), 25, {reference(object)}).code, E_POINTER);
+    const _variant_t name(L"Depth");
+    BSTR text = V_BSTR(&name);
+    const IDispatchPtr list = need(method(variables(), 27, {reference(text)}));
+    EXPECT_EQ(get(list, 50).number(), 1);
+    text = nullptr;
+    EXPECT_EQ(get(need(method(variables(), 27, {reference(text)})), 50).number(), 0)
+        << "a null text is empty";
 }
 
 TEST_F(standin_FourVariables, AVariableHasValueAndFormula)
