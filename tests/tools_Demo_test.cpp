@@ -1,105 +1,52 @@
 //! The demo as its user sees it: arguments in, text, JSON and exit code out.
 
-#include "demo/CommandLine.h"
-#include "standin/Census.h"
+#include "support/DemoRun.h"
 #include "support/StepFiles.h"
 
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <set>
-#include <sstream>
+#include <cstdint>
+#include <locale>
+#include <map>
+#include <regex>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Outcome
-{
-    int code{};
-    std::string out;
-    std::string error;
-};
+using namespace support;
 
-Outcome runDemo(const std::vector<std::string>& arguments)
-{
-    std::ostringstream out;
-    std::ostringstream error;
-    Outcome outcome;
-    outcome.code = demo::run(arguments, out, error);
-    outcome.out = out.str();
-    outcome.error = error.str();
-    EXPECT_EQ(standin::processCensus().live(), 0) << standin::processCensus().text();
-    return outcome;
-}
-
-nlohmann::json runJson(std::vector<std::string> arguments)
-{
-    arguments.emplace_back("--json");
-    const Outcome outcome = runDemo(arguments);
-    EXPECT_EQ(outcome.code, 0) << outcome.error;
-    return nlohmann::json::parse(outcome.out);
-}
-
-long lines(const std::string& text)
-{
-    return static_cast<long>(std::count(text.begin(), text.end(), '\n'));
-}
-
-//! A folder of its own, removed with its content.
-class Demo : public testing::Test
+class Demo : public DemoTest
 {
 protected:
-    void SetUp() override
+    //! Every verb refuses a file in one line that names it, and exits with 1.
+    void expectUnusable(const std::string& path)
     {
-        folder = fs::temp_directory_path() /
-                 (std::string("ktmdl-test-") +
-                  testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(folder);
-        fs::create_directories(folder);
+        const std::string name = fs::u8path(path).filename().u8string();
+        for (const Arguments& arguments : {Arguments{path},
+                                           {"box", path},
+                                           {"reference", path, "1"},
+                                           {"rectangle", path, "60", "40", "--plane", "1"}}) {
+            const std::string line = expectRefused(arguments, 1);
+            EXPECT_NE(line.find(name), std::string::npos) << arguments.front() << ": " << line;
+        }
     }
-    void TearDown() override { fs::remove_all(folder); }
-
-    std::string write(const std::string& name, const std::string& content)
-    {
-        const fs::path path = folder / fs::u8path(name);
-        std::ofstream(path, std::ios::binary) << content;
-        return path.u8string();
-    }
-
-    //! The demo refuses a file in one line that names it, and exits with 1.
-    void expectRefused(const std::string& path)
-    {
-        const Outcome outcome = runDemo({path});
-        EXPECT_EQ(outcome.code, 1);
-        EXPECT_EQ(lines(outcome.error), 1) << outcome.error;
-        EXPECT_NE(outcome.error.find(fs::u8path(path).filename().u8string()), std::string::npos)
-            << outcome.error;
-        EXPECT_EQ(outcome.out, "");
-    }
-
-    fs::path folder;
 };
 
-const std::string kSample = std::string(KT_SOURCE_DIR) + "/samples/holder.step";
-const std::string kChanged = std::string(KT_SOURCE_DIR) + "/samples/holder-changed.step";
+const std::string kSample = samplePath("holder.step");
+const std::string kChanged = samplePath("holder-changed.step");
 
 TEST_F(Demo, MissingFileIsRefused)
 {
-    expectRefused((folder / "missing.step").u8string());
+    expectUnusable((folder / "missing.step").u8string());
 }
 
 TEST_F(Demo, FolderIsRefused)
 {
-    expectRefused(folder.u8string());
+    expectUnusable(folder.u8string());
 }
 
 TEST_F(Demo, EmptyFileIsRefused)
 {
-    expectRefused(write("empty.step", ""));
+    expectUnusable(write("empty.step", ""));
 }
 
 TEST_F(Demo, PictureIsRefused)
@@ -107,47 +54,169 @@ TEST_F(Demo, PictureIsRefused)
     // The first bytes of every JPEG file in the JFIF format.
     const std::string jpeg("\xFF\xD8\xFF\xE0\x00\x10JFIF\x00\x01\x01\x00\x00\x01\x00\x01\x00\x00",
                            20);
-    expectRefused(write("picture.jpg", jpeg + std::string(4096, '\x5A')));
+    expectUnusable(write("picture.jpg", jpeg + std::string(4096, '\x5A')));
 }
 
 TEST_F(Demo, HugeFileOfZerosIsRefused)
 {
     const std::string path = write("zeros.step", "");
     fs::resize_file(fs::u8path(path), 2147483648U);
-    expectRefused(path);
+    expectUnusable(path);
 }
 
 TEST_F(Demo, CutFileIsRefusedWithItsLine)
 {
-    std::ifstream file(kSample, std::ios::binary);
-    const std::string whole((std::istreambuf_iterator<char>(file)),
-                            std::istreambuf_iterator<char>());
+    const std::string whole = contentOf(kSample);
     const std::string path = write("cut.step", whole.substr(0, whole.size() / 2));
-    expectRefused(path);
+    expectUnusable(path);
     EXPECT_NE(runDemo({path}).error.find("line"), std::string::npos);
+    EXPECT_NE(runDemo({"box", path}).error.find("line"), std::string::npos);
 }
 
 TEST_F(Demo, WrongArgumentsExitWithTwo)
 {
-    for (const std::vector<std::string>& arguments :
-         {std::vector<std::string>{"--no-such-option"}, {"a", "b", "c"}, {"--out"}}) {
-        const Outcome outcome = runDemo(arguments);
-        EXPECT_EQ(outcome.code, 2);
-        EXPECT_EQ(outcome.out, "");
-        EXPECT_EQ(lines(outcome.error), 1) << outcome.error;
+    for (const Arguments& arguments :
+         {Arguments{"--no-such-option"},
+          {"a", "b", "c"},
+          {"--out"},
+          {"box"},
+          {"box", kSample, "another"},
+          {"box", kSample, "--no-such-option"},
+          {"box", kSample, "--svg", "out.svg"},
+          {"rectangle", kSample, "60", "40"},
+          {"rectangle", kSample, "60", "--plane", "1"},
+          {"rectangle", kSample, "60", "40", "1", "--plane", "1"},
+          {"rectangle", kSample, "60", "40", "--plane"},
+          {"rectangle", kSample, "60", "40", "--plane", "0"},
+          {"rectangle", kSample, "60", "40", "--plane", "-1"},
+          {"rectangle", kSample, "60", "40", "--plane", "1.5"},
+          {"rectangle", kSample, "60", "40", "--plane", "99999999999999999999"},
+          {"rectangle", kSample, "60", "40", "--plane", "1", "--constructions"},
+          {"rectangle", kSample, "60", "40", "--plane", "1", "--svg"},
+          {"rectangle", kSample, "0", "40", "--plane", "1"},
+          {"rectangle", kSample, "60", "0", "--plane", "1"},
+          {"rectangle", kSample, "-60", "40", "--plane", "1"},
+          {"rectangle", kSample, "60", "-40", "--plane", "1"},
+          {"rectangle", kSample, "nan", "40", "--plane", "1"},
+          {"rectangle", kSample, "60", "inf", "--plane", "1"},
+          {"rectangle", kSample, "60", "1e999", "--plane", "1"},
+          {"rectangle", kSample, "60mm", "40", "--plane", "1"},
+          {"rectangle", kSample, "6,5", "40", "--plane", "1"},
+          {"rectangle", kSample, "", "40", "--plane", "1"},
+          {"reference", kSample},
+          {"reference", kSample, "1", "2"},
+          {"reference", kSample, ""},
+          {"reference", kSample, "/1"},
+          {"reference", kSample, "1/"},
+          {"reference", kSample, "1//1"}}) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        static_cast<void>(expectRefused(arguments, 2));
     }
 }
 
-TEST_F(Demo, HelpExitsWithZero)
+TEST_F(Demo, HelpNamesTheVerbs)
 {
-    const Outcome outcome = runDemo({"--help"});
+    const DemoOutcome outcome = runDemo({"--help"});
     EXPECT_EQ(outcome.code, 0);
-    EXPECT_NE(outcome.out.find("PART"), std::string::npos);
+    for (const char* word : {"PART", "box", "rectangle", "reference"}) {
+        EXPECT_NE(outcome.out.find(word), std::string::npos) << word;
+    }
+}
+
+TEST_F(Demo, EachVerbExplainsItself)
+{
+    const std::map<std::string, std::string> words = {
+        {"box", "--constructions"}, {"rectangle", "in millimetres"}, {"reference", "PATH"}};
+    for (const auto& [verb, word] : words) {
+        const DemoOutcome outcome = runDemo({verb, "--help"});
+        EXPECT_EQ(outcome.code, 0) << verb;
+        EXPECT_NE(outcome.out.find("ktmdl-demo " + verb), std::string::npos) << outcome.out;
+        EXPECT_NE(outcome.out.find(word), std::string::npos) << outcome.out;
+    }
+}
+
+TEST_F(Demo, VerbIsKnownByTheFirstArgumentAlone)
+{
+    EXPECT_EQ(runJson({"box", kSample})["kind"], "part");
+    // Elsewhere, and behind a folder, the word is a file's name.
+    EXPECT_NE(expectRefused({"--json", "box"}, 1).find("box: there is no such file"),
+              std::string::npos);
+    EXPECT_NE(expectRefused({"./box"}, 1).find("./box: there is no such file"), std::string::npos);
+    write("box", contentOf(kSample));
+    EXPECT_EQ(runJson({(folder / "box").u8string()})["bodies"], 1);
+}
+
+TEST_F(Demo, ControlCharactersStayOutOfLines)
+{
+    const std::string odd = "a\nb\r\x1B[31m\x7F.step";
+    for (const Arguments& arguments : {Arguments{odd},
+                                       {"box", odd},
+                                       {"reference", odd, "1"},
+                                       {"reference", kSample, "\n", "\n"}}) {
+        const DemoOutcome outcome = runDemo(arguments);
+        EXPECT_NE(outcome.code, 0);
+        EXPECT_EQ(outcome.error.find_first_of("\n\r\x1B\x7F"), outcome.error.size() - 1)
+            << outcome.error;
+    }
+    // A line feed and an escape in the name of the first occurrence.
+    std::string text = contentOf(samplePath("clamp-assembly.step"));
+    const std::size_t at = text.find("OCCURRENCE('base','base'");
+    ASSERT_NE(at, std::string::npos);
+    text.replace(at, 24, "OCCURRENCE('base','b\\X\\0A\\X\\1Bse'");
+    const DemoOutcome outcome = runDemo({"reference", write("odd.step", text), "1"});
+    ASSERT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_NE(outcome.out.find("\n  level 1  1 \"b  se\", part, "), std::string::npos)
+        << outcome.out;
+    EXPECT_EQ(outcome.out.find('\x1B'), std::string::npos);
+}
+
+//! Writes numbers as "1.234,5".
+class CommaNumbers : public std::numpunct<char>
+{
+protected:
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+TEST_F(Demo, NumbersAreTheSameInEveryLocale)
+{
+    const std::string clamps = samplePath("clamp-assembly.step");
+    for (const Arguments& arguments :
+         {Arguments{"box", kSample},
+          {"reference", clamps, "3/2"},
+          {"rectangle", kSample, "1234.5", "1000", "--plane", "1", "--constrain"}}) {
+        const auto withoutTimes = [](std::string text) {
+            // Seconds have three digits behind the point and differ from run to run.
+            static const std::regex seconds("[0-9]+\\.[0-9]{3} s");
+            return std::regex_replace(text, seconds, "T s");
+        };
+        const DemoOutcome classic = runDemo(arguments);
+        const std::locale before =
+            std::locale::global(std::locale(std::locale::classic(), new CommaNumbers));
+        const DemoOutcome other = runDemo(arguments);
+        std::locale::global(before);
+        EXPECT_EQ(other.code, 0) << other.error;
+        EXPECT_EQ(withoutTimes(other.out), withoutTimes(classic.out));
+    }
+}
+
+TEST_F(Demo, OutputThatCannotBeWrittenIsNoSuccess)
+{
+    for (const Arguments& arguments : {Arguments{kSample},
+                                       {"box", kSample},
+                                       {"reference", samplePath("clamp-assembly.step"), "1"}}) {
+        std::ostringstream out;
+        out.setstate(std::ios_base::badbit);
+        std::ostringstream error;
+        EXPECT_EQ(demo::run(arguments, out, error), 1) << arguments.front();
+        EXPECT_EQ(lines(error.str()), 1) << error.str();
+    }
 }
 
 TEST_F(Demo, EachStepIsOnALine)
 {
-    const Outcome outcome = runDemo({kSample});
+    const DemoOutcome outcome = runDemo({kSample});
     EXPECT_EQ(outcome.code, 0) << outcome.error;
     std::istringstream text(outcome.out);
     for (const char* step :
@@ -215,7 +284,7 @@ TEST_F(Demo, OutKeepsTheArchive)
 {
     const fs::path out = folder / fs::u8path("k\xC3\xBC"
                                              "che \xE5\xBA\x8A");
-    const Outcome outcome = runDemo({kSample, "--out", out.u8string(), "--json"});
+    const DemoOutcome outcome = runDemo({kSample, "--out", out.u8string(), "--json"});
     ASSERT_EQ(outcome.code, 0) << outcome.error;
     const auto saved = nlohmann::json::parse(outcome.out)["saved_bytes"].get<std::uintmax_t>();
     EXPECT_EQ(fs::file_size(out / "references.ktm"), saved);
@@ -238,7 +307,7 @@ TEST_F(Demo, NothingIsKeptWithoutOut)
 TEST_F(Demo, OutThatIsAFileIsRefused)
 {
     const std::string file = write("file", "content");
-    const Outcome outcome = runDemo({kSample, "--out", file});
+    const DemoOutcome outcome = runDemo({kSample, "--out", file});
     EXPECT_EQ(outcome.code, 1);
     EXPECT_EQ(lines(outcome.error), 1) << outcome.error;
 }

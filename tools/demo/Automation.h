@@ -31,4 +31,11 @@ namespace demo {
 //! @throws _com_error  the host's code
 [[nodiscard]] std::string surfaceName(const IDispatchPtr& face);
 
+//! Tells whether two pointers are of one object.
+[[nodiscard]] bool isSame(const IDispatchPtr& first, const IDispatchPtr& second);
+
+//! Gives the occurrences on the way down to what a reference refers to, the topmost first.
+//! @throws _com_error  the host's code; E_POINTER when it names no occurrence
+[[nodiscard]] std::vector<IDispatchPtr> occurrencesInPath(const IDispatchPtr& reference);
+
 } // namespace demo

@@ -1,27 +1,18 @@
 #include "demo/Life.h"
 
-#include "com/ComErrorText.h"
 #include "demo/Automation.h"
+#include "demo/Report.h"
+#include "demo/Stage.h"
 #include "ktmdl/ktmdl_BldLoops.h"
 #include "ktmdl/ktmdl_Topo.h"
 #include "ktmdl/ktmdl_TopoSeq.h"
 #include "ktstd/ktstd_Archive.h"
-#include "ktstd/ktstd_Debug.h"
-#include "ktstd/ktstd_Session.h"
-#include "ktstd/ktstd_fail.h"
 #include "standin/Session.h"
 #include "standin/step/StepFile.h"
 
-#include <chrono>
 #include <cstddef>
-#include <cstdio>
 #include <filesystem>
-#include <iomanip>
-#include <locale>
-#include <new>
-#include <optional>
 #include <set>
-#include <sstream>
 
 extern const unsigned char holderData[];
 extern const std::size_t holderSize;
@@ -34,79 +25,16 @@ namespace {
 constexpr unsigned char kBody = 6;
 constexpr unsigned char kFace = 5;
 
-std::string count(long number, const char* one, const char* many)
-{
-    return std::to_string(number) + " " + (number == 1 ? one : many);
-}
-
-//! A folder of its own in the temporary folder, gone with the object.
-class TemporaryFolder
-{
-public:
-    TemporaryFolder()
-    {
-        const std::filesystem::path root = std::filesystem::temp_directory_path();
-        const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
-        for (long attempt = 0; attempt < 100; ++attempt) {
-            mPath = root / ("ktmdl-demo-" + std::to_string(ticks + attempt));
-            if (std::filesystem::create_directory(mPath)) {
-                return;
-            }
-        }
-        throw LifeError("can't make a temporary folder in " + root.u8string());
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    ~TemporaryFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(mPath, ignored);
-    }
-
-    [[nodiscard]] const std::filesystem::path& path() const { return mPath; }
-
-private:
-    std::filesystem::path mPath;
-};
-
-//! Leaves the process as it was: no references, no session, no log of the demo.
-class KernelScope
-{
-public:
-    explicit KernelScope(const std::string& logPath)
-    {
-        ktstd_Debug::SetLogPath(logPath.c_str());
-        ktstd_Session::SetCurSession(Hnd_ktstd_Session(new ktstd_Session()));
-    }
-    KernelScope(const KernelScope&) = delete;
-    KernelScope& operator=(const KernelScope&) = delete;
-    ~KernelScope()
-    {
-        ktmdl_Topo::ClearAllTopos();
-        ktstd_Session::SetCurSession(Hnd_ktstd_Session());
-        ktstd_Debug::SetLogPath("");
-    }
-};
-
 //! Reads a part, or the embedded sample when no path is given.
 standin::geom::Model readPart(const std::string& path, bool changed)
 {
-    try {
-        if (!path.empty()) {
-            return standin::step::readFile(path);
-        }
-        const unsigned char* data = changed ? holderChangedData : holderData;
-        const std::size_t size = changed ? holderChangedSize : holderSize;
-        return standin::step::readText(std::string(data, data + size),
-                                       changed ? "holder-changed.step" : "holder.step");
-    } catch (const standin::step::StepError& error) {
-        throw LifeError(error.what());
+    if (!path.empty()) {
+        return standin::step::readFile(path);
     }
-}
-
-std::string fileName(const std::string& path)
-{
-    return std::filesystem::u8path(path).filename().u8string();
+    const unsigned char* data = changed ? holderChangedData : holderData;
+    const std::size_t size = changed ? holderChangedSize : holderSize;
+    return standin::step::readText(std::string(data, data + size),
+                                   changed ? "holder-changed.step" : "holder.step");
 }
 
 //! Plays the steps and keeps what one hands to the next.
@@ -147,13 +75,8 @@ private:
 
 void Life::step(const std::string& name, const std::function<std::string()>& work)
 {
-    const long callsBefore = mHost.journal().calls();
-    const auto start = std::chrono::steady_clock::now();
-    const std::string text = work();
-    const double seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    mReport.seconds.emplace_back(name, seconds);
-    mReport.calls.emplace_back(name, mHost.journal().calls() - callsBefore);
+    std::string text;
+    const double seconds = runStep(mHost, mReport.effort, name, [&] { text = work(); });
     if (mTold) {
         mTold(name, text, seconds);
     }
@@ -176,7 +99,6 @@ LifeReport Life::play(const std::filesystem::path& folder)
     step("read", [&] { return readBack(archive); });
     step("bind", [this] { return bind(); });
     step("compare", [this] { return compare(); });
-    mReport.hostCalls = mHost.journal().calls();
     mBodies.Clear();
     return mReport;
 }
@@ -192,13 +114,10 @@ void Life::openParts(const standin::geom::Model& model)
         }
     }
     for (std::size_t i = 0; i < parts.size(); ++i) {
-        std::string name = mReport.part;
-        if (parts.size() > 1) {
-            name += "!" + std::to_string(i + 1);
-        }
         standin::OpenOptions options;
         options.product = parts[i];
-        mDocuments.push_back(mHost.openPart(model, name, options));
+        mDocuments.push_back(
+            mHost.openPart(model, documentName(mReport.part, i, parts.size()), options));
     }
 }
 
@@ -246,14 +165,7 @@ std::string Life::measure()
     }
     mReport.boxMin = {box.mMin.mX, box.mMin.mY, box.mMin.mZ};
     mReport.boxMax = {box.mMax.mX, box.mMax.mY, box.mMax.mZ};
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << std::fixed << std::setprecision(2) << "box";
-    for (std::size_t i = 0; i < 3; ++i) {
-        text << (i == 0 ? " " : " x ") << (mReport.boxMax[i] - mReport.boxMin[i]) * 1000.0;
-    }
-    text << " mm";
-    return text.str();
+    return boxSizes(mReport.boxMin, mReport.boxMax);
 }
 
 std::string Life::chain()
@@ -411,27 +323,11 @@ void Life::forEachFace(const std::function<void(const std::string&, ktmdl_Topo&)
 LifeReport playLife(const LifeOptions& options,
                     const std::function<void(const std::string&, const std::string&, double)>& told)
 {
-    try {
-        std::optional<TemporaryFolder> temporary;
-        std::filesystem::path folder = std::filesystem::u8path(options.out);
-        if (options.out.empty()) {
-            folder = temporary.emplace().path();
-        } else {
-            std::filesystem::create_directories(folder);
-        }
-        const KernelScope kernel((folder / "ktstd.log").u8string());
-        return Life(options, told).play(folder);
-    } catch (const _com_error& error) {
-        throw LifeError(std::string("the host failed: ") + com::errorText(error.Error()));
-    } catch (const Hnd_ktstd_fail_Failure& failure) {
-        throw LifeError(failure->Message());
-    } catch (const standin::HostError& error) {
-        throw LifeError(error.what());
-    } catch (const std::filesystem::filesystem_error& error) {
-        throw LifeError(error.what());
-    } catch (const std::bad_alloc&) {
-        throw LifeError("out of memory");
-    }
+    LifeReport report;
+    onStage(options.out, [&](const std::filesystem::path& folder) {
+        report = Life(options, told).play(folder);
+    });
+    return report;
 }
 
 } // namespace demo

@@ -4,21 +4,14 @@
 
 #pragma once
 
+#include "demo/Stage.h"
+
 #include <array>
 #include <functional>
-#include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace demo {
-
-//! Why the life can't be played: the part or the folder can't be used.
-class LifeError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
 
 struct LifeOptions
 {
@@ -65,14 +58,12 @@ struct LifeReport
     long bound{};
     long unbound{};
     std::vector<Change> changes;
-    long hostCalls{};
-    std::vector<std::pair<std::string, long>> calls;     //!< host calls per step, in order
-    std::vector<std::pair<std::string, double>> seconds; //!< per step, in order
+    Effort effort;
 };
 
 //! Plays the life. A step is told as soon as it is done.
 //! @param told  called after each step with its name, what it did, and its seconds; may be empty
-//! @throws LifeError  the part or the folder can't be used; the text is one line
+//! @throws DemoError  the part or the folder can't be used
 [[nodiscard]] LifeReport
 playLife(const LifeOptions& options,
          const std::function<void(const std::string&, const std::string&, double)>& told);

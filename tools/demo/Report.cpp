@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cmath>
 #include <iomanip>
 #include <locale>
 #include <sstream>
@@ -11,13 +13,6 @@ namespace {
 
 //! Above this many changes the text names the first ones only; --json has them all.
 constexpr std::size_t kMaxChangesShown = 12;
-
-std::ostringstream classicStream()
-{
-    std::ostringstream out;
-    out.imbue(std::locale::classic());
-    return out;
-}
 
 std::string changeLine(const Change& change)
 {
@@ -46,12 +41,90 @@ std::string changeLine(const Change& change)
 
 } // namespace
 
+std::ostringstream classicStream()
+{
+    std::ostringstream out;
+    out.imbue(std::locale::classic());
+    return out;
+}
+
+std::string count(long number, const char* one, const char* many)
+{
+    return std::to_string(number) + " " + (number == 1 ? one : many);
+}
+
+std::string printable(std::string text)
+{
+    std::replace_if(
+        text.begin(), text.end(),
+        [](char each) { return (each >= '\0' && each < ' ') || each == '\x7F'; }, ' ');
+    return text;
+}
+
+std::string millimetres(double metres)
+{
+    constexpr double kVisible = 5e-10; // millimetres
+    const double value = metres * 1000.0;
+    std::ostringstream out = classicStream();
+    out << std::setprecision(9) << (std::fabs(value) < kVisible ? 0.0 : value);
+    return out.str();
+}
+
+std::string fixedMillimetres(double metres)
+{
+    constexpr double kVisible = 0.005; // millimetres
+    const double value = metres * 1000.0;
+    std::ostringstream out = classicStream();
+    out << std::fixed << std::setprecision(2) << (std::fabs(value) < kVisible ? 0.0 : value);
+    return out.str();
+}
+
+std::string boxSizes(const std::array<double, 3>& min, const std::array<double, 3>& max)
+{
+    std::string text = "box";
+    for (std::size_t i = 0; i < 3; ++i) {
+        text += (i == 0 ? " " : " x ") + fixedMillimetres(max[i] - min[i]);
+    }
+    return text + " mm";
+}
+
 std::string stepLine(const std::string& name, const std::string& text, double seconds)
 {
     std::ostringstream out = classicStream();
-    out << std::left << std::setw(10) << name << std::setw(56) << text << std::right << std::fixed
-        << std::setprecision(3) << std::setw(8) << seconds << " s\n";
+    out << std::left << std::setw(10) << name << std::setw(56) << printable(text) << std::right
+        << std::fixed << std::setprecision(3) << std::setw(8) << seconds << " s\n";
     return out.str();
+}
+
+std::string endingText(const std::vector<std::string>& warnings, const Effort& effort)
+{
+    std::ostringstream out = classicStream();
+    for (const std::string& warning : warnings) {
+        out << "warning: " << printable(warning) << "\n";
+    }
+    out << std::fixed << std::setprecision(3) << "done in " << effort.totalSeconds() << " s with "
+        << effort.totalCalls() << " host calls\n";
+    return out.str();
+}
+
+void addEnding(nlohmann::ordered_json& json, const std::vector<std::string>& warnings,
+               const Effort& effort)
+{
+    json["host_calls"] = effort.totalCalls();
+    json["host_calls_per_step"] = nlohmann::ordered_json::object();
+    for (const auto& step : effort.calls) {
+        json["host_calls_per_step"][step.first] = step.second;
+    }
+    json["seconds"] = nlohmann::ordered_json::object();
+    for (const auto& step : effort.seconds) {
+        json["seconds"][step.first] = step.second;
+    }
+    json["warnings"] = warnings;
+}
+
+std::string jsonText(const nlohmann::ordered_json& json)
+{
+    return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 std::string closingText(const LifeReport& report)
@@ -66,15 +139,7 @@ std::string closingText(const LifeReport& report)
         }
         out << changeLine(change);
     }
-    double total = 0.0;
-    for (const auto& step : report.seconds) {
-        total += step.second;
-    }
-    for (const std::string& warning : report.warnings) {
-        out << "warning: " << warning << "\n";
-    }
-    out << std::fixed << std::setprecision(3) << "done in " << total << " s with "
-        << report.hostCalls << " host calls\n";
+    out << endingText(report.warnings, report.effort);
     return out.str();
 }
 
@@ -109,17 +174,8 @@ std::string jsonText(const LifeReport& report)
                                    {"new", change.fresh},
                                    {"altered", change.altered}});
     }
-    json["host_calls"] = report.hostCalls;
-    json["host_calls_per_step"] = nlohmann::ordered_json::object();
-    for (const auto& step : report.calls) {
-        json["host_calls_per_step"][step.first] = step.second;
-    }
-    json["seconds"] = nlohmann::ordered_json::object();
-    for (const auto& step : report.seconds) {
-        json["seconds"][step.first] = step.second;
-    }
-    json["warnings"] = report.warnings;
-    return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+    addEnding(json, report.warnings, report.effort);
+    return jsonText(json);
 }
 
 } // namespace demo
