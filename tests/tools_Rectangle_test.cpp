@@ -187,6 +187,24 @@ TEST_F(DemoRectangle, PictureIsWrittenOnSuccessAlone)
     EXPECT_EQ(contentOf(path).rfind("<svg ", 0), 0U);
 }
 
+TEST_F(DemoRectangle, PictureNeverOverwritesThePart)
+{
+    const std::string part = write("part.step", contentOf(kHolder));
+    for (const std::string& path : {part, (folder / "." / "part.step").u8string()}) {
+        const std::string line = expectRefused(rectangle(part, "60", "40", 1, {"--svg", path}), 1);
+        EXPECT_NE(line.find("the picture would overwrite"), std::string::npos) << line;
+    }
+    EXPECT_EQ(contentOf(part), contentOf(kHolder));
+}
+
+TEST_F(DemoRectangle, PictureTakesThePlaceOfAnOlderOneAndLeavesNothingElse)
+{
+    const std::string path = write("out.svg", "older");
+    static_cast<void>(runJson(rectangle(kHolder, "60", "40", 1, {"--svg", path})));
+    EXPECT_EQ(contentOf(path).rfind("<svg ", 0), 0U);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
+}
+
 TEST_F(DemoRectangle, PictureThatCannotBeWrittenIsRefused)
 {
     for (const std::string& path :

@@ -65,18 +65,30 @@ std::string reasonOf(long status, const std::vector<ProfileView>& profiles,
                : ": the host finds that the profile is not valid";
 }
 
+//! Writes the picture beside its target and moves it there when it is whole, so that what stands
+//! there is lost to nothing but a picture.
 void writePicture(const RectangleReport& report)
 {
-    const std::filesystem::path path = std::filesystem::u8path(report.asked.svg);
+    namespace fs = std::filesystem;
+    const fs::path target = fs::u8path(report.asked.svg);
+    std::error_code error;
+    if (fs::equivalent(target, fs::u8path(report.asked.part), error)) {
+        throw DemoError("the picture would overwrite " + report.asked.part);
+    }
     const std::string picture = profilePicture(report.profile, fileName(report.asked.part));
-    std::ofstream file(path, std::ios::binary);
+    fs::path beside = target;
+    beside += ".part";
+    std::ofstream file(beside, std::ios::binary | std::ios::trunc);
     const bool isOpen = file.is_open();
     file << picture;
     file.close();
-    if (!file) {
-        std::error_code ignored;
+    const bool isWritten = !file.fail();
+    if (isWritten) {
+        fs::rename(beside, target, error);
+    }
+    if (!isWritten || error) {
         if (isOpen) {
-            std::filesystem::remove(path, ignored);
+            fs::remove(beside, error);
         }
         throw DemoError("can't write the picture " + report.asked.svg);
     }
