@@ -145,6 +145,7 @@ void OpenDocument::disconnect() noexcept
 void closeDocument(HostState& host, const std::shared_ptr<OpenDocument>& document)
 {
     // The document may be given by its place in the very list.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): see above
     const std::shared_ptr<OpenDocument> closed = document;
     closed->openedItself = false;
     if (closed->uses > 0) {

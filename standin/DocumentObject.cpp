@@ -56,11 +56,11 @@ void DocumentObject::bind(Call& call, std::size_t key)
         failCall(E_INVALIDARG, "ReferenceKey is empty");
     }
     const std::optional<std::string> inner = innerKey(bytes);
-    IDispatchPtr found = inner ? objectWithKey(*inner) : IDispatchPtr();
+    const IDispatchPtr found = inner ? objectWithKey(*inner) : IDispatchPtr();
     if (found.GetInterfacePtr() == nullptr && host().options.unboundKey == UnboundKey::failure) {
         failCall(host().options.unboundCode, "no object of this document has the key");
     }
-    call.put(key + 1, asObject(std::move(found)));
+    call.put(key + 1, asObject(found));
 }
 
 std::vector<Member> DocumentObject::withShared(std::vector<Member> own)

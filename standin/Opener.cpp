@@ -241,7 +241,7 @@ void Opener::nameAll(const std::string& base)
 Opener::DocumentPtr Opener::openAlready(const std::string& fullName, bool assembly,
                                         std::size_t index) const
 {
-    const DocumentPtr found = findOpen(host, fullName);
+    DocumentPtr found = findOpen(host, fullName);
     if (!found) {
         return nullptr;
     }
@@ -272,6 +272,7 @@ Opener::openParts(const std::vector<std::size_t>& products, const std::string& b
         partDocuments[index] = openAlready(partNames[index], false, index);
     }
     std::vector<DocumentPtr> documents;
+    documents.reserve(products.size());
     for (const std::size_t index : products) {
         documents.push_back(shareOrOpenPart(index));
     }

@@ -53,17 +53,17 @@ public:
     [[nodiscard]] bool holdsAssembly(const OpenOptions& options) const;
 
     //! Takes the bodies of a product out of the model, without keys.
-    [[nodiscard]] std::shared_ptr<PartContent> takePart(std::size_t product);
+    [[nodiscard]] std::shared_ptr<PartContent> takePart(std::size_t index);
     //! Opens a part as a document.
     //! @throws HostError  as requireFreeName
-    std::shared_ptr<OpenDocument> openPart(std::size_t product, const std::string& fullName);
+    std::shared_ptr<OpenDocument> openPart(std::size_t index, const std::string& fullName);
     //! Opens an assembly as a document, and before it what its occurrences show, each named
     //! "base!product". Documents that are open from the same file already are not opened again.
     //! @param base  of the other documents' names
     //! @throws HostError  as requireFreeName, also for the other documents; the tree of occurrences
     //!                    is no tree of products of the model, is deeper than kMostLevels, or has a
     //!                    placement that is not finite. No document is opened then.
-    std::shared_ptr<OpenDocument> openAssembly(std::size_t product, const std::string& fullName,
+    std::shared_ptr<OpenDocument> openAssembly(std::size_t index, const std::string& fullName,
                                                const std::string& base);
     //! Opens the bodies of products, one document each, named "base!product".
     //! @throws HostError  as requireFreeName

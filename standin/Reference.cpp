@@ -38,6 +38,7 @@ public:
     }
     IDispatchPtr twin() override { return owned(new Reference(hostState(), target)); }
 
+    // NOLINTNEXTLINE(readability-make-member-function-const): handlers are not constant
     void object(Call& call) { call.answer(asObject(target.object)); }
     void parent(Call& call) { call.answer(asObject(at(target.path.front()))); }
     void type(Call& call) { call.answer(asLong(igReference)); }
