@@ -125,7 +125,8 @@ Objects goDown(IDispatchPtr document, const std::vector<std::string>& components
     for (const std::string& component : components) {
         if (!way.empty()) {
             if (!isSubassembly(way.back())) {
-                throw DemoError(where + " is a part, there is no \"" + component + "\" in it");
+                where.append(" is a part, there is no \"").append(component).append("\" in it");
+                throw DemoError(where);
             }
             document = objectProperty(way.back(), L"OccurrenceDocument");
         }
