@@ -2,6 +2,7 @@
 
 #include "com/Com.h"
 #include "ktmdl/ktmdl_Topo.h"
+#include "ktstd/ktstd_fail.h"
 #include "support/FakeDispatch.h"
 #include "support/TopoScene.h"
 
@@ -527,6 +528,20 @@ TEST(ktmdl_Topo, UpdateDocDispatchesLetsNoErrorOutWhenADocumentCantTellItsIdenti
     EXPECT_EQ(codeOf([&] { update(topo, document, "part"); }), S_OK);
     EXPECT_EQ(topo->mDispDoc.GetInterfacePtr(), &other);
     scene.ExpectLog({caughtForm(kSource, kUpdate, static_cast<HRESULT>(0x80010108u))});
+}
+
+TEST(ktmdl_Topo, UpdateDocDispatchesLetsAKernelFailureThrough)
+{
+    Scene scene;
+    fake::Object& document = scene.world.Make("doc");
+    document.Method(L"BindKeyToObject", [](const fake::Args&, VARIANT*) -> HRESULT {
+        ktstd_fail_ProgramError::Raise("the kernel gave up");
+    });
+    const Hnd_ktmdl_Topo topo = edgeTopo();
+    topo->mDocName = ktstd_AsciiString("part");
+    EXPECT_THROW(update(topo, document, "part"), Hnd_ktstd_fail_ProgramError);
+    EXPECT_EQ(topo->mDispTopo.GetInterfacePtr(), nullptr);
+    scene.ExpectLog({});
 }
 
 // DisconnectDocument.

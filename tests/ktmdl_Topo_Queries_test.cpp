@@ -502,6 +502,29 @@ TEST(ktmdl_Topo, IsClosedGivesBackAnAnswerOfTheWrongType)
     EXPECT_EQ(boundTo(object, 2)->IsClosed(), 0);
 }
 
+// Other exceptions
+
+TEST(ktmdl_Topo, KernelFailurePassesThroughTheQuestions)
+{
+    const fake::Handler raises = [](const fake::Args&, VARIANT*) -> HRESULT {
+        ktstd_fail_ProgramError::Raise("the kernel gave up");
+    };
+    Scene scene;
+    fake::Object& face = scriptFace(scene.world.Make("face"), 1, {0, 0, 1});
+    face.Method(229, raises);
+    face.Method(L"GetExactRange", raises);
+    fake::Object& edge = scriptEdge(scene.world.Make("edge"), true);
+    edge.Property(85, raises);
+    edge.Property(77, raises);
+    using Failure = Hnd_ktstd_fail_ProgramError;
+    EXPECT_THROW((void)ktmdl_Topo::BuildBBox(face.Ptr()), Failure);
+    EXPECT_THROW((void)boundTo(face, 5)->BuildNormal(), Failure);
+    EXPECT_THROW((void)boundTo(edge, 2)->IsClosed(), Failure);
+    EXPECT_THROW(ShowVariable("e", boundTo(edge, 2)), Failure);
+    scene.ExpectLog({"[Topo]: e:"});
+    EXPECT_TRUE(scene.world.HeldObjects().empty());
+}
+
 // ShowVariable
 
 namespace {
