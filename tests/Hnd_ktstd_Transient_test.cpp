@@ -267,6 +267,40 @@ TEST(Hnd_ktstd_Transient, EqualityIsIdentityOfTheObject)
     EXPECT_TRUE(Hnd_TestShared() == Hnd_TestShared());
 }
 
+TEST(Hnd_ktstd_Transient, IsComparedWithAPointer)
+{
+    const SharedGuard guard;
+    const Hnd_ktstd_Transient handle(new TestShared(1));
+    const Hnd_ktstd_Transient other(new TestShared(1));
+    const ktstd_Transient* const object = &*handle;
+    const ktstd_Transient* const twin = &*other;
+    EXPECT_TRUE(handle == object);
+    EXPECT_TRUE(object == handle);
+    EXPECT_FALSE(handle != object);
+    EXPECT_FALSE(object != handle);
+    EXPECT_FALSE(handle == twin);
+    EXPECT_FALSE(twin == handle);
+    EXPECT_TRUE(handle != twin);
+    EXPECT_TRUE(twin != handle);
+    EXPECT_EQ(handle->RefCount(), 1) << "comparing takes no count";
+}
+
+TEST(Hnd_ktstd_Transient, NullHandleEqualsANullPointer)
+{
+    const SharedGuard guard;
+    const ktstd_Transient* const none = nullptr;
+    const Hnd_ktstd_Transient null;
+    const Hnd_ktstd_Transient handle(new TestShared());
+    EXPECT_TRUE(null == none);
+    EXPECT_TRUE(none == null);
+    EXPECT_FALSE(null != none);
+    EXPECT_FALSE(none != null);
+    EXPECT_FALSE(handle == none);
+    EXPECT_TRUE(none != handle);
+    const ktstd_Transient* const object = &*handle;
+    EXPECT_TRUE(null != object);
+}
+
 TEST(Hnd_ktstd_Transient, DownCastGivesAnObjectOfTheClass)
 {
     const SharedGuard guard;

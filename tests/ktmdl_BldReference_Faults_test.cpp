@@ -303,6 +303,18 @@ TEST(ktmdl_BldReference, EachSubassemblyThatFailsLeavesItsLines)
                   {caught(kBusy), caught(kGone)});
 }
 
+TEST(ktmdl_BldReference, AssembliesThatHideTheirIdentityAreWalkedAllTheSame)
+{
+    const auto hidden = [](OccurrenceTree& aTree) {
+        for (const char* const document : {"top", "R.doc", "S.doc"}) {
+            aTree.At(document).Refuse(IID_IUnknown, E_NOINTERFACE);
+        }
+    };
+    expectFoundElsewhere(
+        "a R[b S[c T]]", hidden, {},
+        {"S.doc.38(DISP T, DISP obj)", "R.doc.38(DISP S, DISP ref1)", "top.38(DISP R, DISP ref2)"});
+}
+
 // Calls that fail
 
 TEST(ktmdl_BldReference, EveryCallMayFail)

@@ -271,6 +271,38 @@ TEST(ktmdl_Topo, BuildPersistentDataGoesOnWithoutABox)
                      caughtForm(kSource, "ktmdl_Topo::BuildBBox", kGone)});
 }
 
+TEST(ktmdl_Topo, BuildPersistentDataTakesAnItemGivenAsUnknown)
+{
+    Scene scene;
+    const Body body(scene);
+    IUnknown* const edge = &body.edgeA;
+    body.edges.Property(23, fake::givesNumber(1));
+    body.edges.Method(DISPID{0}, [edge](const fake::Args&, VARIANT* aResult) {
+        aResult->vt = VT_UNKNOWN;
+        aResult->punkVal = edge;
+        edge->AddRef();
+        return S_OK;
+    });
+    EXPECT_EQ(body.topo->BuildPersistentData(), 0);
+    EXPECT_EQ(keysOf(body.topo->mSubTopos[0]), std::vector<Bytes>{{20}});
+    EXPECT_EQ(body.edgeA.Held(), 1) << "by the child's reference";
+    scene.ExpectLog({});
+}
+
+TEST(ktmdl_Topo, BuildPersistentDataTakesNoValueForNoCollection)
+{
+    for (const VARTYPE type : {VT_EMPTY, VT_NULL}) {
+        Scene scene;
+        const Body body(scene);
+        body.body.Property(L"Edges", [type](const fake::Args&, VARIANT* aResult) {
+            aResult->vt = type;
+            return S_OK;
+        });
+        EXPECT_EQ(codeOf([&] { body.topo->BuildPersistentData(); }), E_POINTER) << type;
+        scene.ExpectLog({nullPointerForm(kSource, "pEdges")});
+    }
+}
+
 // Failures: each stage in the faces of a body, then in its edges.
 
 namespace {
@@ -299,6 +331,11 @@ const Fault kFaults[] = {{"look-up",
                               aBody.body.Property(aProperty, fake::givesObject(nullptr));
                           },
                           E_POINTER, 1},
+                         {"collection that is no object",
+                          [](Body& aBody, fake::Object&, const wchar_t* aProperty, fake::Object&) {
+                              aBody.body.Property(aProperty, fake::givesNumber(3));
+                          },
+                          DISP_E_TYPEMISMATCH, 0},
                          {"count",
                           [](Body&, fake::Object& aCollection, const wchar_t*, fake::Object&) {
                               aCollection.Property(23, fake::fails(kGone));

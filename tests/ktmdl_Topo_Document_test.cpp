@@ -2,6 +2,7 @@
 
 #include "com/Com.h"
 #include "ktmdl/ktmdl_Topo.h"
+#include "ktstd/ktstd_fail.h"
 #include "support/FakeDispatch.h"
 #include "support/TopoScene.h"
 
@@ -268,6 +269,28 @@ TEST(ktmdl_Topo, UpdateDocDispatchesKnowsADocumentByItsIdentity)
     EXPECT_EQ(document.Held(), 1);
 }
 
+TEST(ktmdl_Topo, UpdateDocDispatchesTakesADocumentWithoutIdentityForAnother)
+{
+    Scene scene;
+    fake::Object& document = scene.world.Make("doc");
+    fake::Object& silent = scene.world.Make("silent document");
+    silent.Refuse(IID_IUnknown, E_NOINTERFACE);
+    const Hnd_ktmdl_Topo topo = edgeTopo();
+    for (fake::Object* const own : {&silent, &document}) {
+        for (fake::Object* const given : {&silent, &document}) {
+            if (own == &document && given == &document) {
+                continue; // that one is the document itself
+            }
+            topo->mDispDoc = own->Ptr();
+            EXPECT_EQ(update(topo, *given, "part"), 0);
+            EXPECT_EQ(nameOf(topo), "") << own->Name() << ", given " << given->Name();
+            EXPECT_EQ(topo->mDispDoc.GetInterfacePtr(), own);
+        }
+    }
+    scene.ExpectNoCalls();
+    scene.ExpectLog({});
+}
+
 TEST(ktmdl_Topo, UpdateDocDispatchesRefusesTypesOutside1To7)
 {
     Scene scene;
@@ -433,6 +456,25 @@ TEST(ktmdl_Topo, UpdateDocDispatchesLogsANullObjectTwice)
         {nullPointerForm(kSource, "mDispTopo"), caughtForm(kSource, kUpdate, E_POINTER)});
 }
 
+TEST(ktmdl_Topo, UpdateDocDispatchesOfAKeyTooLongForItsSizeLogsTwiceAndUnbinds)
+{
+    Scene scene;
+    fake::Object& document = scene.world.Make("doc");
+    fake::Object& old = scene.world.Make("old edge");
+    const Hnd_ktmdl_Topo topo = newTopo(Bytes(40000, 1));
+    ASSERT_LT(topo->mKeySize, 0);
+    topo->tplType = 2;
+    topo->mDocName = ktstd_AsciiString("part");
+    topo->mDispTopo = old.Ptr();
+    EXPECT_EQ(update(topo, document, "part"), 0);
+    EXPECT_EQ(topo->mDispTopo.GetInterfacePtr(), nullptr);
+    EXPECT_EQ(topo->mDispDoc.GetInterfacePtr(), &document);
+    EXPECT_EQ(old.Held(), 0);
+    scene.ExpectNoCalls();
+    scene.ExpectLog(
+        {failedCallForm(kSource, E_INVALIDARG), caughtForm(kSource, kUpdate, E_INVALIDARG)});
+}
+
 TEST(ktmdl_Topo, UpdateDocDispatchesTakesNoObjectFromAFailedCall)
 {
     Scene scene;
@@ -486,6 +528,20 @@ TEST(ktmdl_Topo, UpdateDocDispatchesLetsNoErrorOutWhenADocumentCantTellItsIdenti
     EXPECT_EQ(codeOf([&] { update(topo, document, "part"); }), S_OK);
     EXPECT_EQ(topo->mDispDoc.GetInterfacePtr(), &other);
     scene.ExpectLog({caughtForm(kSource, kUpdate, static_cast<HRESULT>(0x80010108u))});
+}
+
+TEST(ktmdl_Topo, UpdateDocDispatchesLetsAKernelFailureThrough)
+{
+    Scene scene;
+    fake::Object& document = scene.world.Make("doc");
+    document.Method(L"BindKeyToObject", [](const fake::Args&, VARIANT*) -> HRESULT {
+        ktstd_fail_ProgramError::Raise("the kernel gave up");
+    });
+    const Hnd_ktmdl_Topo topo = edgeTopo();
+    topo->mDocName = ktstd_AsciiString("part");
+    EXPECT_THROW(update(topo, document, "part"), Hnd_ktstd_fail_ProgramError);
+    EXPECT_EQ(topo->mDispTopo.GetInterfacePtr(), nullptr);
+    scene.ExpectLog({});
 }
 
 // DisconnectDocument.

@@ -377,6 +377,38 @@ TEST(ktmdl_Topo, BuildNormalBelievesNoArray)
     }
 }
 
+TEST(ktmdl_Topo, BuildNormalLogsCornersThatCantBeUsed)
+{
+    const auto answer = [](LONG aFacets, const std::function<SAFEARRAY*()>& aCorners,
+                           HRESULT aCode) {
+        Scene scene;
+        fake::Object& object = scriptFace(scene.world.Make("face"), 1, {0, 0, 1});
+        object.Method(47, [=](const fake::Args& aArgs, VARIANT*) {
+            aArgs.SetNumber(1, aFacets);
+            aArgs.SetArray(2, aCorners());
+            return S_OK;
+        });
+        EXPECT_EQ(coordinates(boundTo(object, 5)->BuildNormal()), kZero);
+        scene.ExpectCalls({facetCall("0.05")});
+        scene.ExpectLog({failedCallForm(kSource, aCode), caught("ktmdl_Topo::BuildNormal", aCode)});
+        EXPECT_EQ(object.Held(), 0);
+    };
+    const auto none = []() -> SAFEARRAY* { return nullptr; };
+    const auto numbers = [] { return SafeArrayCreateVector(VT_I4, 0, 9); };
+    const auto objects = [] { return SafeArrayCreateVector(VT_DISPATCH, 0, 9); };
+    const auto plane = [] {
+        SAFEARRAYBOUND bounds[2] = {{3, 0}, {3, 0}};
+        return SafeArrayCreate(VT_R8, 2, bounds);
+    };
+    answer(1, none, E_POINTER);
+    answer(1, numbers, DISP_E_TYPEMISMATCH);
+    answer(1, objects, DISP_E_TYPEMISMATCH);
+    answer(1, plane, DISP_E_BADINDEX);
+    answer(1, reals({}), DISP_E_BADINDEX);
+    answer(1, reals({1, 2}), DISP_E_BADINDEX);
+    answer(2, reals({1, 2, 3, 4, 5}), DISP_E_BADINDEX);
+}
+
 // IsClosed
 
 TEST(ktmdl_Topo, IsClosedReadsTheFlagOfAnEdge)
@@ -449,6 +481,17 @@ TEST(ktmdl_Topo, IsClosedLogsAFailedRead)
     scene.ExpectLog({caught("ktmdl_Topo::IsClosed", kGone)});
 }
 
+TEST(ktmdl_Topo, IsClosedReadsATruthValueInWords)
+{
+    Scene scene;
+    fake::Object& object = scriptEdge(scene.world.Make("edge"), false);
+    object.Property(85, fake::givesText(L"True"));
+    EXPECT_EQ(boundTo(object, 2)->IsClosed(), 1);
+    object.Property(85, fake::givesText(L"False"));
+    EXPECT_EQ(boundTo(object, 2)->IsClosed(), 0);
+    scene.ExpectLog({});
+}
+
 TEST(ktmdl_Topo, IsClosedGivesBackAnAnswerOfTheWrongType)
 {
     Scene scene;
@@ -457,6 +500,29 @@ TEST(ktmdl_Topo, IsClosedGivesBackAnAnswerOfTheWrongType)
     EXPECT_EQ(boundTo(object, 2)->IsClosed(), 0);
     object.Property(85, fake::givesObject(&object));
     EXPECT_EQ(boundTo(object, 2)->IsClosed(), 0);
+}
+
+// Other exceptions
+
+TEST(ktmdl_Topo, KernelFailurePassesThroughTheQuestions)
+{
+    const fake::Handler raises = [](const fake::Args&, VARIANT*) -> HRESULT {
+        ktstd_fail_ProgramError::Raise("the kernel gave up");
+    };
+    Scene scene;
+    fake::Object& face = scriptFace(scene.world.Make("face"), 1, {0, 0, 1});
+    face.Method(229, raises);
+    face.Method(L"GetExactRange", raises);
+    fake::Object& edge = scriptEdge(scene.world.Make("edge"), true);
+    edge.Property(85, raises);
+    edge.Property(77, raises);
+    using Failure = Hnd_ktstd_fail_ProgramError;
+    EXPECT_THROW((void)ktmdl_Topo::BuildBBox(face.Ptr()), Failure);
+    EXPECT_THROW((void)boundTo(face, 5)->BuildNormal(), Failure);
+    EXPECT_THROW((void)boundTo(edge, 2)->IsClosed(), Failure);
+    EXPECT_THROW(ShowVariable("e", boundTo(edge, 2)), Failure);
+    scene.ExpectLog({"[Topo]: e:"});
+    EXPECT_TRUE(scene.world.HeldObjects().empty());
 }
 
 // ShowVariable

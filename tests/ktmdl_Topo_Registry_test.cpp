@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace {
@@ -324,6 +325,52 @@ TEST(ktmdl_Topo, NewTakesASizeOf32Bits)
     Scene scene;
     fake::Object& object = scene.Keyed("edge", repeated(70000, 1));
     EXPECT_EQ(ktmdl_Topo::New(object.Ptr())->mKeySize, 4464);
+}
+
+TEST(ktmdl_Topo, NewTakesASizeOfAnyNumberType)
+{
+    Scene scene;
+    fake::Object& object = scene.world.Make("edge");
+    for (const VARTYPE type : {VT_I2, VT_UI1, VT_UI4, VT_I8, VT_R8, VT_BSTR}) {
+        object.Method(L"GetReferenceKey", [type](const fake::Args& aArgs, VARIANT*) -> HRESULT {
+            aArgs.SetBytes(0, {1, 2, 3, 4});
+            aArgs.SetVariant(1, 3);
+            VARIANT* const size = V_VARIANTREF(&aArgs.At(1));
+            return VariantChangeType(size, size, 0, type);
+        });
+        EXPECT_EQ(keyOf(ktmdl_Topo::New(object.Ptr())), (Bytes{1, 2, 3})) << "type " << type;
+    }
+    EXPECT_EQ(object.Held(), 1) << "one reference, by its key";
+    scene.ExpectLog({});
+}
+
+TEST(ktmdl_Topo, NewRaisesASizeThatIsNoNumber)
+{
+    Scene scene;
+    fake::Object& object = scene.world.Make("edge");
+    const auto answer = [&](const std::function<void(VARIANT&)>& aSetSize) {
+        object.Method(L"GetReferenceKey", [aSetSize](const fake::Args& aArgs, VARIANT*) {
+            aArgs.SetBytes(0, {1, 2, 3});
+            aSetSize(*V_VARIANTREF(&aArgs.At(1)));
+            return S_OK;
+        });
+        return codeOf([&] { (void)ktmdl_Topo::New(object.Ptr()); });
+    };
+    const auto text = [](VARIANT& aSize) {
+        aSize.vt = VT_BSTR;
+        aSize.bstrVal = SysAllocString(L"three");
+    };
+    const auto null = [](VARIANT& aSize) { aSize.vt = VT_NULL; };
+    const auto tooMuch = [](VARIANT& aSize) {
+        aSize.vt = VT_R8;
+        aSize.dblVal = 1e10;
+    };
+    EXPECT_EQ(answer(text), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(answer(null), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(answer(tooMuch), DISP_E_OVERFLOW);
+    EXPECT_FALSE(isRegistered(Bytes{1, 2, 3}));
+    EXPECT_EQ(object.Held(), 0);
+    scene.ExpectLog({});
 }
 
 TEST(ktmdl_Topo, NewRaisesTheCodeOfAFailedKeyCall)

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 
 namespace {
@@ -80,6 +81,16 @@ std::string message(const std::string& aWhat, std::size_t aByte)
 {
     return "load archive in memory: " + aWhat + ", at byte " + std::to_string(aByte);
 }
+
+//! A link whose record is whatever a test does with the archive.
+class Meddler : public Link
+{
+public:
+    void Serialize(ktstd_Archive& aArchive) override { sAction(aArchive); }
+
+    static std::function<void(ktstd_Archive&)> sAction;
+};
+std::function<void(ktstd_Archive&)> Meddler::sAction;
 
 } // namespace
 
@@ -449,4 +460,80 @@ TEST(ktstd_ArchiveDamage, RecordsReportDamageWithItsPlace)
     EXPECT_TRUE(raisesFileIO(ktstd_fail_FileIO::kDamaged,
                              message("Link: length is negative", kDataStart + 1),
                              [&] { archive.RaiseDamaged("Link: length is negative"); }));
+}
+
+TEST(ktstd_ArchiveDamage, ClassesOutOfOrderAreRefused)
+{
+    ktstd_Archive archive;
+    archive.SetClassVersion("A1", 1);
+    archive.SetClassVersion("A2", 1);
+    const Bytes whole = archive.Finish();
+    constexpr std::size_t kDigit = 18; // of the first class name, behind its length and 'A'
+    ASSERT_EQ(whole[kDigit], '1');
+    for (const char digit : {'2', '3'}) { // the name that follows, and one behind it
+        Bytes changed = whole;
+        changed[kDigit] = static_cast<unsigned char>(digit);
+        EXPECT_TRUE(raisesCode(ktstd_fail_FileIO::kDamaged, [&] {
+            ktstd_Archive refused(sealed(changed));
+        })) << digit;
+    }
+}
+
+TEST(ktstd_ArchiveDamage, ArchiveCantBeFinishedWhileAnObjectIsStored)
+{
+    ktstd_Archive archive;
+    int refusals = 0;
+    Meddler::sAction = [&](ktstd_Archive& aArchive) {
+        const auto finish = [&] { aArchive.Finish(); };
+        const auto close = [&] { aArchive.Close(); };
+        refusals += raisesCode(ktstd_fail_FileIO::kWrongMode, finish) ? 1 : 0;
+        refusals += raisesCode(ktstd_fail_FileIO::kWrongMode, close) ? 1 : 0;
+        aArchive << 5L;
+    };
+    const Hnd_Link link(new Meddler());
+    archive << link;
+    Meddler::sAction = nullptr;
+    EXPECT_EQ(refusals, 2);
+    EXPECT_EQ(ktstd_Archive(Bytes(archive.Finish())).Objects().size(), 1U)
+        << "the object was stored all the same";
+}
+
+TEST(ktstd_ArchiveDamage, ArchiveCantBeClosedWhileAnObjectIsLoaded)
+{
+    const ktstd_SchemaEntry entry("Meddler", 0, [] { return Hnd_ktstd_Transient(new Meddler()); });
+    Bytes data;
+    put32(data, 1);
+    putName(data, "Meddler");
+    put32(data, 7);
+    ktstd_Archive archive(archiveOf(data));
+    testing::AssertionResult refused = testing::AssertionFailure() << "nothing was loaded";
+    long number = 0;
+    Meddler::sAction = [&](ktstd_Archive& aArchive) {
+        refused = raisesFileIO(ktstd_fail_FileIO::kWrongMode,
+                               "load archive: closed while an object is being loaded",
+                               [&] { aArchive.Close(); });
+        aArchive >> number;
+    };
+    Hnd_ktstd_Transient object;
+    archive >> object;
+    Meddler::sAction = nullptr;
+    EXPECT_TRUE(refused);
+    EXPECT_EQ(number, 7) << "loading goes on";
+    EXPECT_EQ(object->RefCount(), 2) << "held by the archive, too";
+    archive.Close();
+    EXPECT_EQ(object->RefCount(), 1);
+}
+
+TEST(ktstd_ArchiveDamage, ClosedStoringArchiveIsFinishedAndHoldsNoObjects)
+{
+    const Hnd_Link link(new Link(5));
+    ktstd_Archive closed;
+    ktstd_Archive finished;
+    closed << link;
+    finished << link;
+    EXPECT_EQ(link->RefCount(), 3);
+    closed.Close();
+    EXPECT_EQ(link->RefCount(), 2);
+    EXPECT_TRUE(raisesCode(ktstd_fail_FileIO::kWrongMode, [&] { closed << link; }));
+    EXPECT_EQ(closed.Finish(), finished.Finish());
 }

@@ -7,8 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <fstream>
 #include <iterator>
+#include <system_error>
 
 #if !defined(_WIN32)
 #include <sys/resource.h>
@@ -231,6 +233,47 @@ TEST(ktstd_ArchiveFile, PipesAndDevicesAreRefused)
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     EXPECT_TRUE(cantBeOpened(path, "it is no plain file"));
     EXPECT_TRUE(cantBeOpened("/dev/zero", "it is no plain file"));
+}
+
+TEST(ktstd_ArchiveFile, LinkToItselfIsRefusedAndReplaced)
+{
+    const TempFolder folder;
+    const std::string path = folder.File("loop.kta");
+    fs::create_symlink("loop.kta", fs::u8path(path));
+    EXPECT_TRUE(cantBeOpened(path, std::generic_category().message(ELOOP)));
+    saveNumber(path, 4);
+    EXPECT_EQ(loadNumber(path), 4);
+    EXPECT_EQ(folder.Names(), Names{"loop.kta"});
+}
+
+TEST(ktstd_ArchiveFile, FileThatCantBeOpenedIsRefused)
+{
+    const TempFolder folder;
+    const std::string path = folder.File("data.kta");
+    saveNumber(path, 3);
+    // Nothing can be opened while no more files may be open.
+    rlimit old{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &old), 0);
+    rlimit none = old;
+    none.rlim_cur = 0;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    const testing::AssertionResult refused =
+        cantBeOpened(path, std::generic_category().message(EMFILE));
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &old), 0);
+    EXPECT_TRUE(refused);
+    EXPECT_EQ(loadNumber(path), 3);
+}
+
+TEST(ktstd_ArchiveFile, FileThatCantBeReadIsRefused)
+{
+    const std::string path = "/proc/self/mem"; // a plain file whose first page can't be read
+    if (!fs::is_regular_file(path)) {
+        GTEST_SKIP() << "this system has no such file";
+    }
+    EXPECT_TRUE(
+        raisesFileIO(ktstd_fail_FileIO::kCannotRead,
+                     "read file \"" + path + "\": " + std::generic_category().message(EIO),
+                     [&] { ktstd_Archive archive = ktstd_Archive::FromFile(path.c_str()); }));
 }
 
 TEST(ktstd_ArchiveFile, TwoGigabytesOfZerosAreNotRead)

@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <map>
+#include <string>
 
 namespace {
 
@@ -157,6 +159,39 @@ TEST(ktstd_ArchiveFormat, ClassesStandInOrderOfTheirNames)
     EXPECT_EQ(loaded.ClassVersion("Aardvark"), -1);
     EXPECT_EQ(loaded.ClassVersion("Zebra"), 3);
     EXPECT_EQ(loaded.ClassVersions().count("Aardvark"), 1U);
+}
+
+TEST(ktstd_ArchiveFormat, ClassNamesHave1To255Bytes)
+{
+    ktstd_Archive archive;
+    const auto refused = [&](const std::string& aName) {
+        return raisesCode(ktstd_fail_FileIO::kValueOutOfRange,
+                          [&] { archive.SetClassVersion(ktstd_AsciiString(aName.c_str()), 1); });
+    };
+    const std::map<std::string, long> before = archive.ClassVersions();
+    EXPECT_TRUE(refused(""));
+    EXPECT_TRUE(refused(std::string(256, 'n')));
+    EXPECT_EQ(archive.ClassVersions(), before);
+    const std::string longest(255, 'n');
+    archive.SetClassVersion(ktstd_AsciiString(longest.c_str()), 7);
+    const ktstd_Archive loaded{Bytes(archive.Finish())};
+    EXPECT_EQ(loaded.ClassVersion(ktstd_AsciiString(longest.c_str())), 7);
+}
+
+TEST(ktstd_ArchiveFormat, ClassVersionThatDoesNotFit32BitsIsRefused)
+{
+    if constexpr (sizeof(long) == sizeof(std::int32_t)) {
+        GTEST_SKIP() << "every long fits";
+    } else {
+        ktstd_Archive archive;
+        // Wrap on platforms where this is not run.
+        for (const long version :
+             {static_cast<long>(0x80000000LL), static_cast<long>(-0x80000001LL)}) {
+            EXPECT_TRUE(raisesCode(ktstd_fail_FileIO::kValueOutOfRange,
+                                   [&] { archive.SetClassVersion("A", version); }));
+        }
+        EXPECT_EQ(archive.ClassVersion("A"), -1);
+    }
 }
 
 TEST(ktstd_ArchiveFormat, LongTakesFourBytesLowestFirst)

@@ -81,6 +81,16 @@ public:
         ktstd_BaseSequence::Remove(aFrom, aTo, Deleter(&deleteNode));
     }
     void clear() { ktstd_BaseSequence::Clear(Deleter(&deleteNode)); }
+    void appendNothing() { PAppend(nullptr); }
+    void prependNothing() { PPrepend(nullptr); }
+    void removeWithoutDeleter(long aIdx) { ktstd_BaseSequence::Remove(aIdx, nullptr); }
+    void removeWithoutDeleter(long aFrom, long aTo)
+    {
+        ktstd_BaseSequence::Remove(aFrom, aTo, nullptr);
+    }
+    void clearWithoutDeleter() { ktstd_BaseSequence::Clear(nullptr); }
+    //! Has the sequence believe that it holds so many elements; gives how many it did.
+    long pretendLength(long aLength) { return std::exchange(mSize, aLength); }
 
     void expectIs(const Ids& aIds) const
     {
@@ -228,6 +238,49 @@ TEST(ktstd_BaseSequence, SplitOutsideRaisesAndMovesNothing)
     tail.expectIs({});
     Numbers empty;
     EXPECT_TRUE(raisesClass<OutOfRange>([&] { empty.split(1, tail); }));
+}
+
+TEST(ktstd_BaseSequence, SplitIntoItselfRaisesAndMovesNothing)
+{
+    Numbers sequence({1, 2, 3});
+    EXPECT_TRUE(raisesClass<Hnd_ktstd_fail_DomainError>([&] { sequence.split(2, sequence); }));
+    sequence.expectIs({1, 2, 3});
+}
+
+TEST(ktstd_BaseSequence, NullNodeRaisesAndChangesNothing)
+{
+    using Null = Hnd_ktstd_fail_NullObject;
+    Numbers sequence({1, 2});
+    EXPECT_TRUE(raisesClass<Null>([&] { sequence.appendNothing(); }));
+    EXPECT_TRUE(raisesClass<Null>([&] { sequence.prependNothing(); }));
+    sequence.expectIs({1, 2});
+}
+
+TEST(ktstd_BaseSequence, NullDeleterRaisesAndRemovesNothing)
+{
+    using Null = Hnd_ktstd_fail_NullObject;
+    Numbers sequence({1, 2, 3});
+    EXPECT_TRUE(raisesClass<Null>([&] { sequence.removeWithoutDeleter(1); }));
+    EXPECT_TRUE(raisesClass<Null>([&] { sequence.removeWithoutDeleter(1, 2); }));
+    EXPECT_TRUE(raisesClass<Null>([&] { sequence.clearWithoutDeleter(); }));
+    EXPECT_TRUE(gDeleted.empty());
+    sequence.expectIs({1, 2, 3});
+}
+
+TEST(ktstd_BaseSequence, FullSequenceTakesNoMore)
+{
+    constexpr long kMost = 2147483647;
+    Numbers sequence({1, 2});
+    Numbers other({3, 4});
+    const long length = sequence.pretendLength(kMost);
+    EXPECT_TRUE(raisesClass<OutOfRange>([&] { sequence.insertAfter(0, 9); }));
+    EXPECT_TRUE(raisesClass<OutOfRange>([&] { sequence.insertAfter(kMost, 9); }));
+    EXPECT_TRUE(raisesClass<OutOfRange>([&] { other.split(2, sequence); }));
+    sequence.pretendLength(kMost - 1);
+    EXPECT_TRUE(raisesClass<OutOfRange>([&] { other.split(1, sequence); })) << "two for one place";
+    sequence.pretendLength(length);
+    sequence.expectIs({1, 2});
+    other.expectIs({3, 4});
 }
 
 TEST(ktstd_SeqNode, HoldsItsNeighbours)

@@ -3,6 +3,7 @@
 #include "com/Com.h"
 #include "ktstd/ktstd_AsciiString.h"
 #include "ktstd/ktstd_ComTools.h"
+#include "support/FakeDispatch.h"
 
 #include <gtest/gtest.h>
 
@@ -230,6 +231,36 @@ TEST(ktstd_ComProperty, TypesThatAreNoPlainValueAreRefusedBeforeTheCall)
                            int{VT_ARRAY} | VT_EMPTY}) {
         EXPECT_EQ(read(object, static_cast<VARTYPE>(type), place), code(DISP_E_BADVARTYPE)) << type;
     }
+}
+
+TEST(ktstd_ComProperty, NullPlaceIsRefused)
+{
+    OneProperty object;
+    setNumber(object, 1);
+    EXPECT_EQ(ComGetProperty(&object, L"Value", VT_I4, nullptr), code(E_POINTER));
+}
+
+TEST(ktstd_ComProperty, AnswerThatIsNoVariantLeavesThePlace)
+{
+    fake::World world;
+    fake::Object& object = world.Make("part");
+    object.Property(L"Value", [](const fake::Args&, VARIANT* aResult) -> HRESULT {
+        aResult->vt = 0x0FF0; // no type has this number
+        return S_OK;
+    });
+    SAFEARRAY* array = nullptr;
+    VARIANT value;
+    VariantInit(&value);
+    LONG number = 77;
+    const auto readAs = [&](int aType, void* aPlace) {
+        return ComGetProperty(object.Ptr(), L"Value", static_cast<VARTYPE>(aType), aPlace);
+    };
+    EXPECT_LT(readAs(VT_ARRAY | VT_R8, &array), 0);
+    EXPECT_LT(readAs(VT_VARIANT, &value), 0);
+    EXPECT_LT(readAs(VT_I4, &number), 0);
+    EXPECT_EQ(array, nullptr);
+    EXPECT_EQ(value.vt, VT_EMPTY);
+    EXPECT_EQ(number, 77);
 }
 
 TEST(ktstd_ComProperty, FailureOfTheObjectLeavesTheValue)

@@ -19,6 +19,17 @@ HRESULT code(long aStatus)
     return static_cast<HRESULT>(static_cast<std::int32_t>(aStatus));
 }
 
+//! An array of the test with lower bound 0.
+struct OwnedArray
+{
+    OwnedArray(VARTYPE aType, ULONG aCount) : value(SafeArrayCreateVector(aType, 0, aCount)) {}
+    OwnedArray(const OwnedArray&) = delete;
+    OwnedArray& operator=(const OwnedArray&) = delete;
+    ~OwnedArray() { SafeArrayDestroy(value); }
+
+    SAFEARRAY* value;
+};
+
 } // namespace
 
 TEST(ktstd_ComTools, IdentifierIsLookedUpByName)
@@ -164,5 +175,51 @@ TEST(ktstd_ComTools, ArraysThatDoNotFitAreRefused)
     EXPECT_LT(GetValuesFromSafeArray(nullptr, 1, bytes), 0) << "null";
     EXPECT_EQ(bytes[2], 3);
     EXPECT_EQ(values[0], 1);
+    SafeArrayDestroy(array);
+}
+
+TEST(ktstd_ComTools, ArrayThatCantBeLockedIsNotRead)
+{
+    const OwnedArray array(VT_UI1, 2);
+    constexpr int kMostLocks = 0xFFFF; // what the lock count of an array holds
+    for (int i = 0; i < kMostLocks; ++i) {
+        ASSERT_EQ(SafeArrayLock(array.value), S_OK) << i;
+    }
+    unsigned char bytes[2] = {7, 7};
+    EXPECT_LT(GetValuesFromSafeArray(array.value, 2, bytes), 0);
+    EXPECT_EQ(bytes[0], 7);
+    EXPECT_EQ(GetValuesFromSafeArray(array.value, 0, bytes), S_OK) << "nothing is read";
+    for (int i = 0; i < kMostLocks; ++i) {
+        ASSERT_EQ(SafeArrayUnlock(array.value), S_OK) << i;
+    }
+    EXPECT_EQ(GetValuesFromSafeArray(array.value, 2, bytes), S_OK);
+    EXPECT_EQ(bytes[0], 0);
+}
+
+TEST(ktstd_ComTools, ArrayOfTwoDimensionsIsRefused)
+{
+    SAFEARRAYBOUND bounds[2] = {{2, 0}, {2, 0}};
+    SAFEARRAY* const array = SafeArrayCreate(VT_UI1, 2, bounds);
+    ASSERT_NE(array, nullptr);
+    unsigned char bytes[4] = {7, 7, 7, 7};
+    EXPECT_EQ(code(GetValuesFromSafeArray(array, 4, bytes)), DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(bytes[0], 7);
+    SafeArrayDestroy(array);
+}
+
+TEST(ktstd_ComTools, MissingPlacesAndBadCountsAreRefused)
+{
+    const unsigned char bytes[1] = {1};
+    const unsigned char* const none = nullptr;
+    SAFEARRAY* array = nullptr;
+    EXPECT_EQ(code(PutValuesInSafeArray(1, bytes, nullptr)), E_POINTER);
+    EXPECT_EQ(code(PutValuesInSafeArray(1, none, &array)), E_POINTER);
+    EXPECT_EQ(code(PutValuesInSafeArray(-1, bytes, &array)), E_INVALIDARG);
+    EXPECT_EQ(array, nullptr);
+    EXPECT_EQ(PutValuesInSafeArray(0, none, &array), S_OK);
+    ASSERT_NE(array, nullptr);
+    unsigned char* const nowhere = nullptr;
+    EXPECT_EQ(GetValuesFromSafeArray(array, 0, nowhere), S_OK);
+    EXPECT_EQ(code(GetValuesFromSafeArray(array, 1, nowhere)), E_POINTER);
     SafeArrayDestroy(array);
 }

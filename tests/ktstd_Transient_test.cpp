@@ -150,6 +150,21 @@ TEST(ktstd_Transient, HasNoPersistentState)
     EXPECT_EQ(archive.Position(), 0U);
 }
 
+TEST(ktstd_Transient, HasNoNumberInAStore)
+{
+    const SharedGuard guard;
+    const Hnd_ktstd_Transient root(new Probe());
+    const Hnd_ktstd_Transient child(new TestChild());
+    EXPECT_EQ(root->PersistentIdx(), 0);
+    EXPECT_EQ(child->PersistentIdx(), 0);
+}
+
+TEST(ktstd_Transient, CarriesItsStateItself)
+{
+    Probe object;
+    EXPECT_EQ(object.Entity(), &object);
+}
+
 TEST(ktstd_Transient, HasItsOwnNewAndDelete)
 {
     using New = void* (*)(std::size_t);

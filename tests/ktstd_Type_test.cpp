@@ -91,3 +91,36 @@ TEST(ktstd_Type, IsAnObjectItself)
     EXPECT_EQ(&type->DynamicType(), &ktstd_Type_Type_());
     EXPECT_EQ(Hnd_ktstd_Type::DownCast(type), TestShared_Type_());
 }
+
+TEST(ktstd_Type, IsSubTypeOfItselfAndEveryAncestor)
+{
+    const Hnd_ktstd_Type& child = TestChild_Type_();
+    EXPECT_EQ(child->IsSubType(child), 1);
+    EXPECT_EQ(child->IsSubType(TestShared_Type_()), 1);
+    EXPECT_EQ(child->IsSubType(ktstd_TShared_Type_()), 1);
+    EXPECT_EQ(child->IsSubType(ktstd_Transient_Type_()), 1);
+    EXPECT_EQ(child->IsSubType(TestOther_Type_()), 0);
+    EXPECT_EQ(child->IsSubType(Hnd_ktstd_Type()), 0) << "null is no class";
+    EXPECT_EQ(TestShared_Type_()->IsSubType(child), 0) << "the other way round";
+    EXPECT_EQ(ktstd_Transient_Type_()->IsSubType(ktstd_Transient_Type_()), 1);
+    EXPECT_EQ(ktstd_Transient_Type_()->IsSubType(ktstd_TShared_Type_()), 0);
+}
+
+TEST(ktstd_Type, MadeWithoutNameAndAncestorsHasEmptyOnes)
+{
+    const Hnd_ktstd_Type type(new ktstd_Type(nullptr, 8, 0, nullptr));
+    expectType(type, "", 8, {});
+    EXPECT_EQ(type->NbParents(), 0);
+    EXPECT_EQ(type->IsSubType(type), 1);
+    EXPECT_EQ(type->IsSubType(ktstd_Transient_Type_()), 0);
+}
+
+TEST(ktstd_Type, ClassesGiveTheirDescriptor)
+{
+    EXPECT_EQ(&ktstd_Type::TypeOfClass(), &ktstd_Type_Type_());
+    EXPECT_EQ(&ktstd_Transient::TypeOfClass(), &ktstd_Transient_Type_());
+    EXPECT_EQ(&ktstd_TShared::TypeOfClass(), &ktstd_TShared_Type_());
+    expectType(ktstd_Type_Type_(), "ktstd_Type", sizeof(ktstd_Type), {ktstd_Transient_Type_()});
+    EXPECT_EQ(ktstd_Type_Type_()->NbParents(), 1);
+    EXPECT_EQ(ktstd_Transient_Type_()->NbParents(), 0);
+}

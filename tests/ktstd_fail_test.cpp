@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -84,6 +85,29 @@ void expectRaised(const char* aClassName, const Hnd_ktstd_Type& aType)
 }
 
 } // namespace
+
+TEST(ktstd_fail_Failure, IsRaisedItself)
+{
+    const auto messageOf = [](const std::function<void()>& aCall) -> std::string {
+        try {
+            aCall();
+        } catch (const Hnd_ktstd_fail_Failure& failure) {
+            EXPECT_EQ(failure->DynamicType(), ktstd_fail_Failure_Type_());
+            EXPECT_STREQ(failure->ClassName(), "ktstd_fail_Failure");
+            return failure->Message();
+        }
+        return "raised nothing";
+    };
+    const char* const none = nullptr;
+    EXPECT_EQ(messageOf([] { ktstd_fail_Failure::Raise("what went wrong"); }), "what went wrong");
+    EXPECT_EQ(messageOf([&] { ktstd_fail_Failure::Raise(none); }), "");
+    EXPECT_EQ(messageOf([] {
+                  std::strstream stream;
+                  compose(stream);
+                  ktstd_fail_Failure::Raise(stream);
+              }),
+              "value 12 of 3.5");
+}
 
 TEST(ktstd_fail_ProgramError, IsRaisedWithItsMessage)
 {
