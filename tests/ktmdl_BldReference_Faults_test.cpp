@@ -256,10 +256,10 @@ TEST(ktmdl_BldReference, ReferenceThatCannotBeMadeLeavesTheCaughtLine)
 
 TEST(ktmdl_BldReference, DescribedExceptionLeavesTheCodeInside)
 {
-    const HRESULT code = static_cast<HRESULT>(0x8004A300u);
+    static constexpr HRESULT code = static_cast<HRESULT>(0x8004A300u);
     expectFailure(kNested,
                   method("S.doc", 38,
-                         [code](const fake::Args& aArgs, VARIANT*) {
+                         [](const fake::Args& aArgs, VARIANT*) {
                              return aArgs.Exception(code, L"not in this assembly");
                          }),
                   {caught(code)});
