@@ -34,8 +34,7 @@ public:
     //! Unlike ktmdl_Vec3d::Angle it does not round right angles to exactly pi/2.
     //! @param aVector  of any length
     //! @return         radians, 0 to pi; exactly 0 when the cosine is within 1e-6 of 1;
-    //! not-a-number
-    //!                 when rounding puts the cosine below -1
+    //!                 not-a-number when rounding puts the cosine below -1
     //! @throws ktstd_fail_DivideByZero  a vector is shorter than 1e-6
     [[nodiscard]] double Angle(const ktmdl_Vec3d& aVector) const;
     //! Tells whether no component of location and direction differs by more than the tolerance.

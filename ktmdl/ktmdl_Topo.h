@@ -43,7 +43,8 @@ public:
     //! Writes the reference to an archive or reads it from one.
     //! Storing fills an empty document name from the document first, when that is known. Loading
     //! enters the reference in the registry as soon as its key is read, beside any other of the
-    //! same key, and leaves it unbound.
+    //! same key, and leaves it unbound; a record that fails behind its key leaves it there as far
+    //! as it was read.
     //! @throws ktstd_fail_FileIO  code 16 bad class version, 17 missing end of class; a damaged
     //!                            record; storing a key whose length doesn't fit its field
     //! @throws _com_error         storing: the document's name can't be read

@@ -37,7 +37,7 @@ public:
 
     //! Stores the sequence, or loads it in the place of what it held.
     //! @throws ktstd_fail_FileIO  as ktstd_Archive::WriteObject and ReadObject; elements read
-    //! before stay
+    //!                            before stay
     virtual void Serialize(ktstd_Archive& aArchive);
 
 private:

@@ -52,8 +52,7 @@ public:
     void Reverse() noexcept;
     //! Measures the angle from this vector to another.
     //! @return  radians, -pi to pi, positive counter-clockwise; pi for opposite vectors;
-    //! not-a-number
-    //!          or wrong when a component exceeds about 1e154 (its square overflows)
+    //!          not-a-number or wrong when a component exceeds about 1e154 (its square overflows)
     //! @throws ktstd_fail_ProgramError  a vector is shorter than 1e-6
     [[nodiscard]] double Angle(const ktmdl_Vec2d& aOther) const;
     //! Tells whether no component differs by more than the tolerance: 1 or 0. A difference of

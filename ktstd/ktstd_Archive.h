@@ -116,8 +116,7 @@ public:
     //! @param aLength  at least 0
     //! @return        aLength
     //! @throws ktstd_fail_FileIO  the archive is not loading, the length is negative, or fewer
-    //! bytes
-    //!                            are left
+    //!                            bytes are left
     long Read(void* aData, long aLength);
     //! Stores the number of elements of a collection in 4 bytes. Each element must take at least
     //! one byte of its own.
@@ -129,8 +128,7 @@ public:
 
     //! Stores a number in 4 bytes.
     //! @throws ktstd_fail_FileIO  the number doesn't fit 32 bits (nothing is stored), or the
-    //! archive
-    //!                            is not storing
+    //!                            archive is not storing
     ktstd_Archive& operator<<(long aValue);
     ktstd_Archive& operator<<(unsigned short aValue);
     ktstd_Archive& operator<<(unsigned char aValue);

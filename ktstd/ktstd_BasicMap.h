@@ -33,7 +33,7 @@ public:
 
 protected:
     //! @param aSize     buckets wanted when the array is first made; less than 1 leaves it to the
-    //! map
+    //!                  map
     //! @param aOneArray 1 for one array of buckets, 0 for two of the same size
     ktstd_BasicMap(long aSize, unsigned char aOneArray) noexcept;
     ~ktstd_BasicMap();

@@ -32,13 +32,11 @@ KTSTD_EXPORT long ComGetProperty(IDispatch* aObject, const wchar_t* aName,
 //!                 VT_R4, VT_R8, VT_BOOL, VT_DATE, VT_CY, VT_ERROR, VT_BSTR, VT_DISPATCH,
 //!                 VT_UNKNOWN, VT_VARIANT, or VT_ARRAY with an element type
 //! @param aValue   receives the plain value that a variant of this type holds (2 bytes for VT_I2
-//! and
-//!                 VT_BOOL, and so on), converted when the property has another type. A text, an
-//!                 object, an array or a variant is the caller's to free; what the place held
+//!                 and VT_BOOL, and so on), converted when the property has another type. A text,
+//!                 an object, an array or a variant is the caller's to free; what the place held
 //!                 before is not freed.
 //! @return         S_OK; DISP_E_BADVARTYPE for another type; or the code of the look-up, the call
-//! or
-//!                 the conversion
+//!                 or the conversion
 KTSTD_EXPORT long ComGetProperty(IDispatch* aObject, const wchar_t* aName, unsigned short aType,
                                  void* aValue) noexcept;
 
@@ -53,8 +51,7 @@ KTSTD_EXPORT long ComGetIdFromName(IDispatch* aObject, const wchar_t* aName, lon
 //! @param aCount   number of values, at least 0
 //! @param aValues  may be null when aCount is 0
 //! @param aArray   receives the array of VT_UI1; the caller's to destroy. What the place held
-//! before
-//!                 is not destroyed.
+//!                 before is not destroyed.
 //! @return         S_OK; E_INVALIDARG when the count is negative or doesn't fit 32 bits;
 //!                 E_OUTOFMEMORY
 KTSTD_EXPORT long PutValuesInSafeArray(long aCount, const unsigned char* aValues,
