@@ -2,12 +2,12 @@
 
 #include "com/ComText.h"
 #include "ktmdl/ktmdl_Diag_detail.h"
-#include "ktmdl/ktmdl_FailureText_detail.h"
 #include "ktmdl/ktmdl_Host.h"
 #include "ktmdl/ktmdl_HostCall_detail.h"
 #include "ktmdl/ktmdl_Numbers_detail.h"
 #include "ktstd/ktstd_AsciiString.h"
 #include "ktstd/ktstd_ComTools.h"
+#include "ktstd/ktstd_FailureText_detail.h"
 #include "ktstd/ktstd_fail.h"
 
 #include <cmath>
@@ -44,7 +44,7 @@ double clampToUnit(double aValue)
 
 [[noreturn]] void raiseNoAngle(double aSinA, double aCosA)
 {
-    ktmdl_detail::FailureText text;
+    ktstd_detail::FailureText text;
     text << "ChooseAngle: cannot find angle (aSinA=" << aSinA << ",aCosA=" << aCosA << ")"
          << std::ends;
     ktstd_fail_ProgramError::Raise(text);

@@ -1,8 +1,8 @@
 #include "ktmdl/ktmdl_Record_detail.h"
 
-#include "ktmdl/ktmdl_FailureText_detail.h"
 #include "ktstd/ktstd_Archive.h"
 #include "ktstd/ktstd_AsciiString.h"
+#include "ktstd/ktstd_FailureText_detail.h"
 #include "ktstd/ktstd_Schema.h"
 #include "ktstd/ktstd_fail.h"
 
@@ -15,7 +15,7 @@ void CheckClassVersion(const char* aName)
     const ktstd_AsciiString name(aName);
     const long version = ktstd_Schema::ClassVersion(name);
     if (version < 0 || version > ktstd_Schema::LastClassVersion(name)) {
-        FailureText text;
+        ktstd_detail::FailureText text;
         text << aName << ": bad class version [" << version << "]" << std::ends;
         ktstd_fail_FileIO::Raise(text, ktstd_fail_FileIO::kBadClassVersion);
     }
@@ -36,7 +36,7 @@ void EndOfClass(ktstd_Archive& aArchive, const char* aName)
     unsigned short found = 0;
     aArchive >> found;
     if (found != expected) {
-        FailureText text;
+        ktstd_detail::FailureText text;
         text << aName << ": expected end of class" << std::ends;
         ktstd_fail_FileIO::Raise(text, ktstd_fail_FileIO::kMissingEndOfClass);
     }

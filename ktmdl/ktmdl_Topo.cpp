@@ -3,7 +3,6 @@
 #include "ktmdl/ktmdl_Topo.h"
 
 #include "ktmdl/ktmdl_Diag_detail.h"
-#include "ktmdl/ktmdl_FailureText_detail.h"
 #include "ktmdl/ktmdl_Host.h"
 #include "ktmdl/ktmdl_HostCall_detail.h"
 #include "ktmdl/ktmdl_Record_detail.h"
@@ -12,6 +11,7 @@
 #include "ktstd/ktstd_Archive.h"
 #include "ktstd/ktstd_ComTools.h"
 #include "ktstd/ktstd_Debug.h"
+#include "ktstd/ktstd_FailureText_detail.h"
 #include "ktstd/ktstd_Schema.h"
 #include "ktstd/ktstd_Session.h"
 #include "ktstd/ktstd_fail.h"
@@ -668,7 +668,7 @@ unsigned char ktmdl_Topo::HasChanged(unsigned char aQuick, ktmdl_BBox3d& aBox,
         return bits;
     }
     if (!isKnownType(tplType)) {
-        ktmdl_detail::FailureText text;
+        ktstd_detail::FailureText text;
         // On purpose: nothing separates the function's name from the text behind it.
         // Pinned by HasChangedOfAnUnknownTypeIsAFailure.
         text << "ktmdl_Topo::HasChanged"

@@ -1,8 +1,8 @@
 #include "ktmdl/ktmdl_TopoMap.h"
 
-#include "ktmdl/ktmdl_FailureText_detail.h"
 #include "ktmdl/ktmdl_Topo.h"
 #include "ktstd/ktstd_Archive.h"
+#include "ktstd/ktstd_FailureText_detail.h"
 #include "ktstd/ktstd_MapIntegerHasher.h"
 #include "ktstd/ktstd_fail.h"
 
@@ -17,7 +17,7 @@ namespace {
 long checkedSize(long aSize)
 {
     if (aSize != static_cast<std::int32_t>(aSize)) {
-        ktmdl_detail::FailureText text;
+        ktstd_detail::FailureText text;
         text << "ktmdl_TopoMap: " << aSize << " buckets, more than 32 bits hold" << std::ends;
         ktstd_fail_OutOfRange::Raise(text);
     }

@@ -1,6 +1,6 @@
 #include "ktmdl/ktmdl_ValueSeq.h"
 
-#include "ktmdl/ktmdl_FailureText_detail.h"
+#include "ktstd/ktstd_FailureText_detail.h"
 #include "ktstd/ktstd_fail.h"
 
 #include <ostream>
@@ -9,7 +9,7 @@ namespace ktmdl_detail {
 
 void RaiseOutOfRange(const char* aOperation, long aIdx, long aSize)
 {
-    FailureText text;
+    ktstd_detail::FailureText text;
     text << aOperation << " (aIdx=" << aIdx << ", mSize=" << aSize << ")" << std::ends;
     ktstd_fail_OutOfRange::Raise(text);
 }

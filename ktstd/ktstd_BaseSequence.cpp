@@ -1,6 +1,6 @@
 #include "ktstd/ktstd_BaseSequence.h"
 
-#include "ktstd/ktstd_StrStream.h"
+#include "ktstd/ktstd_FailureText_detail.h"
 #include "ktstd/ktstd_fail.h"
 
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace {
 
 [[noreturn]] void raiseOutOfRange(const char* aOperation, long aIdx, long aSize)
 {
-    std::strstream text;
+    ktstd_detail::FailureText text;
     text << "ktstd_BaseSequence::" << aOperation << " (aIdx=" << aIdx << ", mSize=" << aSize << ")"
          << std::ends;
     ktstd_fail_OutOfRange::Raise(text);
@@ -20,7 +20,7 @@ namespace {
 
 [[noreturn]] void raiseOutOfRange(const char* aOperation, long aFirst, long aSecond, long aSize)
 {
-    std::strstream text;
+    ktstd_detail::FailureText text;
     text << "ktstd_BaseSequence::" << aOperation << " (" << aFirst << ", " << aSecond
          << ", mSize=" << aSize << ")" << std::ends;
     ktstd_fail_OutOfRange::Raise(text);

@@ -1,7 +1,7 @@
 #include "ktstd/ktstd_TransientSeq.h"
 
 #include "ktstd/ktstd_Archive.h"
-#include "ktstd/ktstd_StrStream.h"
+#include "ktstd/ktstd_FailureText_detail.h"
 #include "ktstd/ktstd_fail.h"
 
 #include <memory>
@@ -29,7 +29,7 @@ void deleteNode(ktstd_SeqNode* aNode)
 
 [[noreturn]] void raiseOutOfRange(long aIdx, long aSize)
 {
-    std::strstream text;
+    ktstd_detail::FailureText text;
     text << "ktstd_Sequence::Value (aIdx=" << aIdx << ", mSize=" << aSize << ")" << std::ends;
     ktstd_fail_OutOfRange::Raise(text);
 }

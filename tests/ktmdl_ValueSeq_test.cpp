@@ -2,6 +2,7 @@
 
 #include "ktmdl/ktmdl.h"
 #include "ktmdl/ktmdl_Pnt3dSeq.h"
+#include "ktstd/ktstd_TransientSeq.h"
 #include "ktstd/ktstd_fail.h"
 
 #include <gtest/gtest.h>
@@ -141,6 +142,14 @@ TEST(ktmdl_ValueSeq, IndicesInMessagesIgnoreTheLocale)
 {
     const GlobalLocale locale;
     const ktmdl_Pnt3dSeq sequence;
+    EXPECT_EQ(messageOf([&] { static_cast<void>(sequence.Value(1234567)); }),
+              "ktstd_Sequence::Value (aIdx=1234567, mSize=0)");
+}
+
+TEST(ktstd_TransientSeq, IndicesInMessagesIgnoreTheLocale)
+{
+    const GlobalLocale locale;
+    const ktstd_TransientSeq sequence;
     EXPECT_EQ(messageOf([&] { static_cast<void>(sequence.Value(1234567)); }),
               "ktstd_Sequence::Value (aIdx=1234567, mSize=0)");
 }

@@ -6,7 +6,7 @@
 
 #include <locale>
 
-namespace ktmdl_detail {
+namespace ktstd_detail {
 
 //! A string stream whose numbers look the same in every locale of the process.
 class FailureText : public std::strstream
@@ -15,4 +15,4 @@ public:
     FailureText() { imbue(std::locale::classic()); }
 };
 
-} // namespace ktmdl_detail
+} // namespace ktstd_detail
