@@ -1,4 +1,6 @@
 kt_test(sweep_tests
+  sweep_Builders_test.cpp
+  sweep_Queries_test.cpp
   sweep_Topo_test.cpp
   support/FakeDispatch.cpp
   support/FaultSweep.cpp

@@ -18,6 +18,7 @@ namespace {
 using standin::FaultKind;
 using sweep::Flaws;
 using sweep::Report;
+using sweep::Where;
 
 constexpr unsigned char kEdge = 2;
 constexpr unsigned char kFace = 5;
@@ -25,13 +26,6 @@ constexpr unsigned char kBody = 6;
 
 //! The question for an object's identity, as the journal writes it.
 const char* const kIdentity = "QueryInterface({00000000-0000-0000-C000-000000000046})";
-
-//! Where the operation's object is.
-enum class Where
-{
-    part,   //!< a box in a part, without a session of the libraries
-    nested, //!< a jaw in an assembly in an assembly, with a session that adjusts names
-};
 
 bool isSame(const IDispatchPtr& first, const IDispatchPtr& second)
 {
@@ -64,18 +58,16 @@ std::array<double, 6> rangeOf(const IDispatchPtr& object)
 class TopoStage : public sweep::Stage
 {
 public:
+    //! Without a session of the libraries in a part, with one that adjusts names elsewhere.
     explicit TopoStage(Where where)
+        : document(sweep::openAt(host, where)),
+          body(support::bodyOf(document)),
+          name(support::named(document, L"Name", DISPATCH_PROPERTYGET).text())
     {
-        if (where == Where::part) {
-            document = support::openBody(host, support::plainBox(), "C:\\parts\\box.par");
-            name = support::named(document, L"Name", DISPATCH_PROPERTYGET).text();
-        } else {
-            host.openAssembly(support::viceModel(), "C:\\jobs\\vice.asm");
-            document = host.document("C:\\jobs\\vice.asm!jaw");
+        if (where == Where::nested) {
             beginSession();
-            name = "[C:\\jobs\\vice.asm!jaw]";
+            name = "[" + support::named(document, L"FullName", DISPATCH_PROPERTYGET).text() + "]";
         }
-        body = support::bodyOf(document);
     }
 
 protected:
@@ -905,7 +897,7 @@ sweep::Boundary boundary(const std::string& function)
 }
 
 //! A box that can't be asked for, or comes as no three numbers, is left out without a word.
-const std::vector<sweep::Quiet> kQuietBox = {
+const std::vector<sweep::FaultAt> kQuietBox = {
     {"GetIDsOfNames(GetExactRange)", {}},
     {".GetExactRange method",
      {FaultKind::nullArray, FaultKind::emptyArray, FaultKind::shortArray,

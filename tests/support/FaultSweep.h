@@ -16,6 +16,16 @@
 
 namespace sweep {
 
+//! Where an operation's object is.
+enum class Where
+{
+    part,   //!< in a part, a box from the origin to (0.1, 0.2, 0.3)
+    nested, //!< in a part in an assembly in an assembly, a box from the origin to (0.4, 0.5, 0.6)
+};
+
+//! Opens the documents and gives the part.
+IDispatchPtr openAt(standin::Session& host, Where where);
+
 //! Collects what is wrong.
 class Flaws
 {
@@ -78,8 +88,8 @@ struct Boundary
     std::string function;
 };
 
-//! A call whose fault may change the result without a word.
-struct Quiet
+//! Faults at a call.
+struct FaultAt
 {
     std::string call;                       //!< part of the call as the journal writes it
     std::vector<standin::FaultKind> faults; //!< empty: all
@@ -91,7 +101,8 @@ struct Rules
     bool raises = false;               //!< automation errors may leave it
     std::vector<Boundary> boundaries;  //!< innermost first
     std::vector<std::string> pointers; //!< names in the lines of missing objects
-    std::vector<Quiet> quiet;
+    std::vector<FaultAt> quiet;        //!< passed over without a word
+    std::vector<FaultAt> masked;       //!< show as a missing object, whatever the code
     std::string source;                //!< of lines without a boundary; needed when it raises
     std::vector<std::string> ownLines; //!< what it writes anyway, before all else
 };
