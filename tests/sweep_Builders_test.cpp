@@ -518,7 +518,8 @@ sweep::Rules references()
     rules.boundaries = {{"ktmdl_BldReference.cpp", "ktmdl_BldReference::CreateRef"}};
     rules.pointers = {"pOcc", "pAsmDoc", "pOccurrences", "pOccurrence", "createdRef", "aRetRef"};
     // An assembly without a collection is not begun.
-    rules.quiet = {{"1 AssemblyDocument 1 .Occurrences get", {FaultKind::nullObject}}};
+    rules.quiet = {
+        {"1 AssemblyDocument 1 .Occurrences get", {FaultKind::nullObject, FaultKind::noResult}}};
     return rules;
 }
 

@@ -147,8 +147,15 @@ private:
 class UpdateDispatchStage : public TopoStage
 {
 public:
-    explicit UpdateDispatchStage(Where where) : TopoStage(where), topo(refer(body, kBody))
+    //! @param ofOccurrence  of an assembly, else of a body
+    UpdateDispatchStage(Where where, bool ofOccurrence) : TopoStage(where)
     {
+        if (ofOccurrence) {
+            document = host.document("C:\\jobs\\vice.asm");
+            body = support::occurrenceOf(document, 2);
+            name = "[C:\\jobs\\vice.asm]";
+        }
+        topo = refer(body, kBody);
         topo->mDispTopo = nullptr;
     }
     void run() override
@@ -887,6 +894,71 @@ private:
     unsigned bits = 99;
 };
 
+//! With the quick flag, a new first child ends the comparison.
+class QuickStage : public ChildrenStage
+{
+public:
+    explicit QuickStage(Where where) : ChildrenStage(where, kBody)
+    {
+        topo->BuildPersistentData();
+        std::vector<Hnd_ktmdl_Topo> cached = elementsOf(topo->mSubTopos[1]);
+        first = cached.front();
+        firstBox = cornersOf(first->mBBox);
+        cached.front() = refer(support::edgeOf(document, 1), kEdge);
+        topo->mSubTopos[1] = listOf(cached);
+        topo->mBBox = ktmdl_BBox3d();
+    }
+    void run() override
+    {
+        bits = 99;
+        first->mBBox = ktmdl_BBox3d();
+        ktmdl_BBox3d fresh;
+        Hnd_ktmdl_TopoHSeq unused[4];
+        bits = topo->HasChanged(1, fresh, unused[0], unused[1], unused[2], unused[3], lists[0],
+                                lists[1], lists[2], lists[3]);
+    }
+    void renew() override
+    {
+        for (Hnd_ktmdl_TopoHSeq& each : lists) {
+            each.Nullify();
+        }
+    }
+    std::string flaw() override
+    {
+        Flaws flaws = told(true);
+        flaws.check(cornersOf(first->mBBox) == firstBox, "box");
+        return flaws.all();
+    }
+    std::string damage(const Report& report) override
+    {
+        if (!report.raised) {
+            Flaws flaws = told(true);
+            flaws.check(cornersOf(first->mBBox) == kNoBox, "box");
+            return flaws.all();
+        }
+        return told(false).all();
+    }
+
+private:
+    [[nodiscard]] Flaws told(bool isWhole) const
+    {
+        Flaws flaws;
+        flaws.check(bits == (isWhole ? 8 : 99), "bits " + std::to_string(bits));
+        for (const int list : {0, 1, 3}) {
+            flaws.check(elementsOf(lists[list]).empty(), "a list that should be empty");
+        }
+        flaws.check(elementsOf(lists[2]) == (isWhole ? std::vector<Hnd_ktmdl_Topo>{first}
+                                                     : std::vector<Hnd_ktmdl_Topo>()),
+                    "new children");
+        return flaws;
+    }
+
+    Hnd_ktmdl_Topo first;
+    std::array<double, 6> firstBox{};
+    Hnd_ktmdl_TopoHSeq lists[4]; //!< faces: current, gone, new, altered
+    unsigned bits = 99;
+};
+
 // What operations report, and how
 
 const char* const kSource = "ktmdl_Topo.cpp";
@@ -966,8 +1038,10 @@ const std::vector<sweep::Operation>& operations()
     static const std::vector<sweep::Operation> all = {
         {"NewOfAnObject", stageOf<NewStage>(Where::part, false), raising()},
         {"NewOfAnObjectWithAKnownKey", stageOf<NewStage>(Where::nested, true), raising()},
-        {"UpdateDispatch", stageOf<UpdateDispatchStage>(Where::part), binding()},
-        {"UpdateDispatchNested", stageOf<UpdateDispatchStage>(Where::nested), binding()},
+        {"UpdateDispatch", stageOf<UpdateDispatchStage>(Where::part, false), binding()},
+        {"UpdateDispatchNested", stageOf<UpdateDispatchStage>(Where::nested, false), binding()},
+        {"UpdateDispatchOfAnOccurrence", stageOf<UpdateDispatchStage>(Where::nested, true),
+         binding()},
         {"DisconnectDocument", stageOf<DisconnectStage>(true), naming({})},
         {"DisconnectDocumentByName", stageOf<DisconnectStage>(false), raising()},
         {"ReconnectDocument", stageOf<ReconnectStage>(true, true), binding()},
@@ -994,6 +1068,7 @@ const std::vector<sweep::Operation>& operations()
          buildingBox()},
         {"HasChangedOfABody", stageOf<HasChangedStage>(Where::nested, kBody), walkingChildren()},
         {"HasChangedOfAFace", stageOf<HasChangedStage>(Where::part, kFace), walkingChildren()},
+        {"HasChangedQuick", stageOf<QuickStage>(Where::part), walkingChildren()},
         {"ShowVariable", stageOf<ShowStage>(), showing()},
     };
     return all;
