@@ -25,8 +25,8 @@ enum class FaultKind
     noResult,         //!< success, the result is VT_EMPTY
     wrongType,        //!< success, result of another type: an object becomes 7 (VT_I4), a text 0.5
                       //!< (VT_R8), a number or a Boolean becomes the called object (VT_DISPATCH)
-    textForNumber,    //!< success, every number among result and VARIANT arguments becomes the
-                      //!< text "not a number"
+    textForNumber,    //!< success, every number or Boolean among result and VARIANT arguments
+                      //!< becomes the text "not a number"
     replaceResult,    //!< success, Fault::value is the result
     nullArray,        //!< success, every array handed out is a null pointer
     emptyArray,       //!< success, every array handed out has no element

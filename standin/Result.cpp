@@ -216,7 +216,7 @@ bool canChangeOne(FaultKind kind, const Value& value, bool untyped)
     case FaultKind::wrongType:
         return untyped && !isNothing(value) && !isArray(value);
     case FaultKind::textForNumber:
-        return untyped && isNumber(value);
+        return untyped && (isNumber(value) || std::holds_alternative<bool>(value));
     case FaultKind::differentAnswer:
         return !isNothing(value);
     default:

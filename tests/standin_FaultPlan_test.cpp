@@ -217,6 +217,8 @@ TEST_F(standin_FaultPlan, ATextStandsForANumber)
 {
     plan(FaultKind::textForNumber, "Type");
     EXPECT_EQ(get(face, 48).text(), "not a number");
+    plan(FaultKind::textForNumber, "IsSolid");
+    EXPECT_EQ(get(body, 65).text(), "not a number");
     plan(FaultKind::textForNumber, "GetReferenceKey");
     Array key;
     _variant_t size;
