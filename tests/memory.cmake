@@ -21,6 +21,7 @@ endif()
 
 kt_test(memory_tests
   memory_Containers_test.cpp
+  memory_Kernel_test.cpp
   support/AllocationFaults.cpp
   support/FakeDispatch.cpp
   support/LogCapture.cpp
