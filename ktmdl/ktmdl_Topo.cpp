@@ -21,6 +21,7 @@
 #include <fstream>
 #include <limits>
 #include <memory>
+#include <utility>
 #include <vector>
 
 using ktmdl_detail::ByRef;
@@ -155,8 +156,10 @@ void readFullName(const IDispatchPtr& aDocument, const Hnd_ktstd_Session& aSessi
 {
     // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): adjusting may end the session
     const Hnd_ktstd_Session session = aSession;
-    readName(aDocument, L"FullName", aName);
-    session->AdjustDocumentName(aName);
+    ktstd_AsciiString name; // so that no name is kept that the session could not adjust
+    readName(aDocument, L"FullName", name);
+    session->AdjustDocumentName(name);
+    aName = std::move(name);
 }
 
 //! Fills an empty name for DisconnectDocument and ReconnectDocument.
