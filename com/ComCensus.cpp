@@ -32,6 +32,24 @@ long com::liveArrays() noexcept
     return com_detail::liveArrayCount.load();
 }
 
+namespace {
+
+std::atomic<com::AllocationGate> allocationGate{nullptr};
+
+} // namespace
+
+bool com_detail::mayAllocate() noexcept
+{
+    const com::AllocationGate gate = allocationGate.load();
+    return gate == nullptr || gate();
+}
+
+bool com::setAllocationGate(AllocationGate gate) noexcept
+{
+    allocationGate = gate;
+    return true;
+}
+
 #else
 
 #include "com/Com.h"
@@ -60,7 +78,8 @@ public:
     ULONG WINAPI AddRef() override { return 2; }
     ULONG WINAPI Release() override { return 1; }
 
-    SIZE_T WINAPI PreAlloc(SIZE_T size) override { return size; }
+    // A size of 0 fails the call.
+    SIZE_T WINAPI PreAlloc(SIZE_T size) override { return mayAllocate() ? size : 0; }
     void* WINAPI PostAlloc(void* block) override
     {
         live += block == nullptr ? 0 : 1;
@@ -74,10 +93,14 @@ public:
     void WINAPI PostFree(BOOL) override {}
     SIZE_T WINAPI PreRealloc(void* block, SIZE_T size, void** request, BOOL spied) override
     {
+        *request = block;
+        if (size != 0 && !mayAllocate()) {
+            resizedFromNull = false;
+            return 0;
+        }
         // Resizing null makes a block, and resizing to nothing frees one.
         resizedFromNull = block == nullptr;
         live -= spied && block != nullptr && size == 0 ? 1 : 0;
-        *request = block;
         return size;
     }
     void* WINAPI PostRealloc(void* block, BOOL) override
@@ -93,8 +116,15 @@ public:
     void WINAPI PostHeapMinimize() override {}
 
     std::atomic<long> live{0};
+    std::atomic<com::AllocationGate> gate{nullptr};
 
 private:
+    [[nodiscard]] bool mayAllocate() const noexcept
+    {
+        const com::AllocationGate asked = gate.load();
+        return asked == nullptr || asked();
+    }
+
     bool resizedFromNull = false; // the system holds a lock from Pre to Post
 };
 
@@ -130,6 +160,12 @@ long com::liveStrings() noexcept
 long com::liveArrays() noexcept
 {
     return 0;
+}
+
+bool com::setAllocationGate(AllocationGate gate) noexcept
+{
+    spy.gate = gate;
+    return startCounting();
 }
 
 #endif

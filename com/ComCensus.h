@@ -1,5 +1,6 @@
 //! @file
-//! Counts of what is alive, for tests that must leave nothing behind.
+//! Counts of what is alive, for tests that must leave nothing behind, and a way to let memory run
+//! out.
 //!
 //! Off Windows strings and arrays are always counted, each kind by itself. On Windows they are the
 //! system's: counting begins with startCounting(), strings and arrays can't be told apart, and
@@ -29,5 +30,14 @@ KTCOM_EXPORT long liveStrings() noexcept;
 //! Gives the number of SAFEARRAYs made and not yet freed in this process; 0 when not counted by
 //! themselves.
 KTCOM_EXPORT long liveArrays() noexcept;
+
+//! Tells whether memory may be taken.
+using AllocationGate = bool (*)() noexcept;
+
+//! Asks a function from now on before memory is taken for a string, an array or a block of task
+//! memory; where it gives false, that maker fails as if there were no memory. Only for tests.
+//! @param gate  null: nobody is asked
+//! @return      false where nobody can be asked: on Windows when startCounting() failed
+KTCOM_EXPORT bool setAllocationGate(AllocationGate gate) noexcept;
 
 } // namespace com

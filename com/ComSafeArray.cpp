@@ -103,12 +103,14 @@ ULONG dataSize(const SAFEARRAY& array)
 
 void* allocateData(ULONG bytes)
 {
-    return std::calloc(bytes == 0 ? 1 : bytes, 1);
+    return com_detail::mayAllocate() ? std::calloc(bytes == 0 ? 1 : bytes, 1) : nullptr;
 }
 
 SAFEARRAY* allocateDescriptor(VARTYPE vt, UINT dims)
 {
-    void* const memory = std::calloc(1, sizeof(Block) + (dims - 1) * sizeof(SAFEARRAYBOUND));
+    void* const memory = com_detail::mayAllocate()
+                             ? std::calloc(1, sizeof(Block) + (dims - 1) * sizeof(SAFEARRAYBOUND))
+                             : nullptr;
     if (memory == nullptr) {
         return nullptr;
     }

@@ -17,7 +17,7 @@ constexpr std::size_t kLimit = std::numeric_limits<UINT>::max() - kHeader - size
 
 BSTR allocate(std::size_t bytes) noexcept
 {
-    if (bytes > kLimit) {
+    if (bytes > kLimit || !com_detail::mayAllocate()) {
         return nullptr;
     }
     char* const memory = static_cast<char*>(std::malloc(kHeader + bytes + sizeof(OLECHAR)));

@@ -1,6 +1,7 @@
 #include "com/ComTypes.h"
 
 #include "com/ComCodes.h"
+#include "com/ComCount.h"
 
 #include <cstdlib>
 
@@ -116,7 +117,7 @@ int StringFromGUID2(REFGUID guid, LPOLESTR text, int size) noexcept
 
 LPVOID CoTaskMemAlloc(std::size_t size) noexcept
 {
-    return std::malloc(size == 0 ? 1 : size);
+    return com_detail::mayAllocate() ? std::malloc(size == 0 ? 1 : size) : nullptr;
 }
 
 void CoTaskMemFree(LPVOID memory) noexcept

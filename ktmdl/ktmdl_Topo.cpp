@@ -21,6 +21,7 @@
 #include <fstream>
 #include <limits>
 #include <memory>
+#include <utility>
 #include <vector>
 
 using ktmdl_detail::ByRef;
@@ -121,6 +122,17 @@ std::vector<unsigned char> keyBytes(long aSize, SAFEARRAY* aKey)
     return bytes;
 }
 
+//! Copies the bytes of a key; gives null when there are none.
+std::unique_ptr<unsigned char[]> copyOf(long aSize, const unsigned char* aKey)
+{
+    std::unique_ptr<unsigned char[]> copy;
+    if (aSize > 0) {
+        copy.reset(new unsigned char[static_cast<std::size_t>(aSize)]);
+        std::copy_n(aKey, aSize, copy.get());
+    }
+    return copy;
+}
+
 //! Asks a host object for its reference key.
 //! @param aKey  receives the key
 //! @return      the key's size in bytes, as the host says
@@ -155,8 +167,10 @@ void readFullName(const IDispatchPtr& aDocument, const Hnd_ktstd_Session& aSessi
 {
     // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): adjusting may end the session
     const Hnd_ktstd_Session session = aSession;
-    readName(aDocument, L"FullName", aName);
-    session->AdjustDocumentName(aName);
+    ktstd_AsciiString name; // so that no name is kept that the session could not adjust
+    readName(aDocument, L"FullName", name);
+    session->AdjustDocumentName(name);
+    aName = std::move(name);
 }
 
 //! Fills an empty name for DisconnectDocument and ReconnectDocument.
@@ -220,13 +234,14 @@ ktmdl_Topo::~ktmdl_Topo()
 //! Replaces the key by a copy of the given bytes.
 void ktmdl_Topo::setKey(long aSize, const unsigned char* aKey)
 {
-    std::unique_ptr<unsigned char[]> copy;
-    if (aSize > 0) {
-        copy.reset(new unsigned char[static_cast<std::size_t>(aSize)]);
-        std::copy_n(aKey, aSize, copy.get());
-    }
+    takeKey(aSize, copyOf(aSize, aKey));
+}
+
+//! Replaces the key.
+void ktmdl_Topo::takeKey(long aSize, std::unique_ptr<unsigned char[]> aKey) noexcept
+{
     delete[] mKey;
-    mKey = copy.release();
+    mKey = aKey.release();
     // On purpose: only the low 16 bits of the length are kept; the host's keys are far shorter.
     // Pinned by ConstructorFromBytesKeepsTheLowSixteenBitsOfTheSize.
     mKeySize = static_cast<std::int16_t>(static_cast<std::uint16_t>(aSize));
@@ -334,12 +349,25 @@ void ktmdl_Topo::UpdateReferenceKey()
         HostArray array(VT_UI1);
         const IDispatchPtr pTopo = mDispTopo; // lives through the call, whatever the host does
         const long size = referenceKey(pTopo.GetInterfacePtr(), array);
-        registry().Remove(self);
-        const std::vector<unsigned char> key = keyBytes(size, array.Get());
-        setKey(size, key.data());
+        std::unique_ptr<unsigned char[]> key;
+        try {
+            key = copyOf(size, keyBytes(size, array.Get()).data());
+        } catch (const _com_error&) {
+            // On purpose: not registered any more. Pinned by
+            // UpdateReferenceKeyThatCantCopyTheKeyLeavesTheReferenceUnregistered.
+            registry().Remove(self);
+            throw;
+        }
+        // From here on a registered reference needs no memory, so that it can't get lost.
+        ktstd_MapNode* const node = registry().Take(self);
+        takeKey(size, std::move(key));
         // On purpose: whoever has this key already stays beside this reference; nothing is merged.
         // Pinned by UpdateReferenceKeyRegistersBesideAnotherOfTheSameKey.
-        registry().Add(self);
+        if (node != nullptr) {
+            registry().PutBack(node);
+        } else {
+            registry().Add(self);
+        }
     } catch (const _com_error& error) {
         KTMDL_REPORT_CAUGHT(error, "ktmdl_Topo::UpdateReferenceKey");
     }

@@ -15,6 +15,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <memory>
 
 class ktmdl_TopoMap;
 class ktstd_Archive;
@@ -130,7 +131,7 @@ public:
     //! Takes the key anew from the live object, if there is one, and registers the reference under
     //! it, beside any other of the same key. Needed by BindAllToposInMap. A failure of the host is
     //! logged; past a failed copy of the new key the reference keeps its old key and is not
-    //! registered.
+    //! registered. When memory runs out, a registered reference stays as it was.
     void UpdateReferenceKey();
 
     //! Hook for converting old record versions; there is nothing to convert.
@@ -204,6 +205,7 @@ private:
     struct ChangeLists;
 
     void setKey(long aSize, const unsigned char* aKey);
+    void takeKey(long aSize, std::unique_ptr<unsigned char[]> aKey) noexcept;
     void fillDocName();
     void bindIn(const IDispatchPtr& aDocument);
     void disconnectFrom(const IDispatchPtr& aDocument, const ktstd_AsciiString& aName);

@@ -89,9 +89,14 @@ Hnd_ktmdl_TopoHSeq ktmdl_TopoHSeq::Split(long aIdx)
 {
     ktmdl_TopoSeq tail;
     mSequence.PSplit(aIdx, tail);
-    Hnd_ktmdl_TopoHSeq result(new ktmdl_TopoHSeq());
-    for (long k = 1; k <= tail.Length(); ++k) {
-        result->Append(tail.ChangeValue(k));
+    try {
+        Hnd_ktmdl_TopoHSeq result(new ktmdl_TopoHSeq());
+        for (long k = 1; k <= tail.Length(); ++k) {
+            result->Append(tail.ChangeValue(k));
+        }
+        return result;
+    } catch (...) {
+        tail.PSplit(1, mSequence); // back to where they were
+        throw;
     }
-    return result;
 }

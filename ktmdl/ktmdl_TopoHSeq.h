@@ -88,7 +88,7 @@ public:
     //! Moves the handle at an index and all behind it into a new shared sequence.
     //! @param aIdx  1 to Length
     //! @return      the new sequence
-    //! @throws ktstd_fail_OutOfRange  another index; nothing is moved
+    //! @throws ktstd_fail_OutOfRange  another index; nothing is moved, nor when memory runs out
     [[nodiscard]] Hnd_ktmdl_TopoHSeq Split(long aIdx);
 
 private:

@@ -166,14 +166,24 @@ unsigned char ktmdl_TopoMap::Add(const Hnd_ktmdl_Topo& aTopo)
 
 unsigned char ktmdl_TopoMap::Remove(const Hnd_ktmdl_Topo& aTopo)
 {
+    ktstd_MapNode* const node = Take(aTopo);
+    delete node;
+    return node != nullptr ? 1 : 0;
+}
+
+//! Takes the node of a reference out of the table.
+//! @return  the caller's to delete or to put back; null when the reference is not there
+//! @throws ktstd_fail_NullObject  the handle is null and the set not empty
+ktstd_MapNode* ktmdl_TopoMap::Take(const Hnd_ktmdl_Topo& aTopo)
+{
     if (Extent() == 0) {
-        return 0;
+        return nullptr;
     }
     ktstd_MapNode** const chain = ChainOf(hashOf(aTopo));
     ktstd_MapNode* previous = nullptr;
     ktstd_MapNode* const node = chain != nullptr ? findIn(*chain, aTopo, previous) : nullptr;
     if (node == nullptr) {
-        return 0;
+        return nullptr;
     }
     --mExtent;
     if (previous != nullptr) {
@@ -181,8 +191,17 @@ unsigned char ktmdl_TopoMap::Remove(const Hnd_ktmdl_Topo& aTopo)
     } else {
         *chain = node->Next();
     }
-    delete node;
-    return 1;
+    return node;
+}
+
+//! Puts a node that was just taken where Add would put its reference, whose key may be another one
+//! by now. Takes no memory.
+void ktmdl_TopoMap::PutBack(ktstd_MapNode* aNode) noexcept
+{
+    ktstd_MapNode*& chain = *ChainOf(hashOf(keyOf(aNode)));
+    aNode->SetNext(chain);
+    chain = aNode;
+    ++mExtent;
 }
 
 void ktmdl_TopoMap::ReSize(long aSize)

@@ -107,7 +107,11 @@ public:
     void Clear() noexcept;
 
 private:
+    friend class ktmdl_Topo; // moves a reference to the bucket of its new key
+
     [[nodiscard]] ktstd_MapNode** ChainOf(unsigned int aHash) const noexcept;
+    [[nodiscard]] ktstd_MapNode* Take(const Hnd_ktmdl_Topo& aTopo);
+    void PutBack(ktstd_MapNode* aNode) noexcept;
 };
 
 //! Calls Serialize: the archive's mode, not the operator, tells whether it stores or loads.

@@ -72,7 +72,9 @@ std::fstream& ktstd_Debug::LogPrint() noexcept
     try {
         makeReady(log);
     } catch (...) {
-        // What is written vanishes; a log must not disturb anybody.
+        // What is written vanishes; a log must not disturb anybody. A file opened without a buffer
+        // would stay useless.
+        log.stream.close();
         log.stream.clear();
     }
     return log.stream;

@@ -5,17 +5,25 @@
 
 namespace {
 
-//! Takes the text out of a stream, up to its NUL, and leaves the buffer to the stream.
+//! Leaves the buffer to a stream whose text was asked for.
+struct Unfreezing
+{
+    explicit Unfreezing(std::strstream& aStream) noexcept : stream(aStream) {}
+    Unfreezing(const Unfreezing&) = delete;
+    Unfreezing& operator=(const Unfreezing&) = delete;
+    ~Unfreezing() { stream.freeze(false); }
+
+    std::strstream& stream;
+};
+
+//! Takes the text out of a stream, up to its NUL.
 std::string textOf(std::strstream& aStream)
 {
     const std::streamsize length = aStream.pcount();
+    const Unfreezing unfreezing(aStream);
     const char* const text = aStream.str(); // freezes the buffer
-    std::string result;
-    if (text != nullptr) {
-        result.assign(text, std::find(text, text + length, '\0'));
-    }
-    aStream.freeze(false);
-    return result;
+    return text != nullptr ? std::string(text, std::find(text, text + length, '\0'))
+                           : std::string();
 }
 
 } // namespace

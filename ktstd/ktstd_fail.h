@@ -42,7 +42,8 @@ KTSTD_EXPORT Hnd_ktstd_Type& ktstd_fail_FileIO_Type_();
 //! Common base of the failures: a class name and a message.
 //! Each class has static Raise operations that throw a handle of the class and never return. They
 //! take the message as text (null stands for an empty one) or in a string stream, whose text ends
-//! at its first NUL, or at its end when it has none; the stream's buffer is left unfrozen.
+//! at its first NUL, or at its end when it has none; the stream's buffer is left unfrozen. A text
+//! for which there was no memory ends where the stream gave up.
 class KTSTD_EXPORT ktstd_fail_Failure : public ktstd_Transient
 {
 public:

@@ -1,6 +1,4 @@
 # The pool is tested in every configuration, so its source is built in here with pooling on.
-set(pool_source "${PROJECT_SOURCE_DIR}/ktstd/ktstd_Pool_detail.cpp")
-set_source_files_properties("${pool_source}" PROPERTIES COMPILE_DEFINITIONS KTSTD_POOLING)
 kt_test(ktstd_tests
   ktstd_ArchiveDamage_test.cpp
   ktstd_ArchiveFile_test.cpp
@@ -27,5 +25,6 @@ kt_test(ktstd_tests
   support/FakeDispatch.cpp
   support/TestShared.cpp
   support/Links.cpp
-  "${pool_source}"
+  "${PROJECT_SOURCE_DIR}/ktstd/ktstd_Pool_detail.cpp"
   LINK ktstd)
+target_compile_definitions(ktstd_tests PRIVATE KTSTD_POOLING)

@@ -11,6 +11,17 @@
 namespace fake {
 namespace {
 
+long sAnswers = 0;
+
+//! An object is being asked something.
+struct Answering
+{
+    Answering() noexcept { ++sAnswers; }
+    Answering(const Answering&) = delete;
+    Answering& operator=(const Answering&) = delete;
+    ~Answering() { --sAnswers; }
+};
+
 //! Thrown to leave a handler when an argument is of the wrong type.
 struct WrongArgument
 {
@@ -182,6 +193,11 @@ bool areNamesRight(WORD aFlags, const DISPPARAMS& aParams)
 }
 
 } // namespace
+
+bool isAnswering() noexcept
+{
+    return sAnswers != 0;
+}
 
 std::string text(double aValue)
 {
@@ -514,6 +530,7 @@ void Object::RequireAlive(const char* aWhat)
 
 HRESULT Object::QueryInterface(REFIID aIid, void** aObject)
 {
+    const Answering answering;
     RequireAlive("QueryInterface");
     *aObject = nullptr;
     HRESULT code = E_NOINTERFACE;
@@ -544,6 +561,7 @@ ULONG Object::AddRef()
 
 ULONG Object::Release()
 {
+    const Answering answering;
     RequireAlive("Release");
     return static_cast<ULONG>(--mHeld);
 }
@@ -562,6 +580,7 @@ HRESULT Object::GetTypeInfo(UINT, LCID, ITypeInfo** aInfo)
 
 HRESULT Object::GetIDsOfNames(REFIID aIid, LPOLESTR* aNames, UINT aCount, LCID, DISPID* aIds)
 {
+    const Answering answering;
     RequireAlive("GetIDsOfNames");
     if (!IsEqualIID(aIid, IID_NULL) || aCount != 1) {
         mWorld->Accuse(mName + ": a look-up asks for one name and passes IID_NULL");
@@ -587,6 +606,7 @@ HRESULT Object::GetIDsOfNames(REFIID aIid, LPOLESTR* aNames, UINT aCount, LCID, 
 HRESULT Object::Invoke(DISPID aId, REFIID aIid, LCID, WORD aFlags, DISPPARAMS* aParams,
                        VARIANT* aResult, EXCEPINFO* aException, UINT*)
 {
+    const Answering answering;
     RequireAlive("Invoke");
     if (!IsEqualIID(aIid, IID_NULL) || aParams == nullptr || !areNamesRight(aFlags, *aParams)) {
         mWorld->Accuse(mName + ": a call passes IID_NULL and arguments without names, a property's "

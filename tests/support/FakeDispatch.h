@@ -15,6 +15,10 @@ namespace fake {
 
 class World;
 
+//! Tells whether one of the objects is being asked something; what it does then is the host's, not
+//! the caller's.
+bool isAnswering() noexcept;
+
 //! Writes a number so that reading it gives the same number, as short as that can be.
 std::string text(double aValue);
 
