@@ -281,7 +281,8 @@ const std::vector<unsigned char>& ktstd_Archive::Finish()
 
 void ktstd_Archive::Save(const char* aPath)
 {
-    ktstd_detail::WriteWholeFile(aPath != nullptr ? aPath : "", Finish());
+    ktstd_detail::FileCalls system;
+    ktstd_detail::WriteWholeFile(aPath != nullptr ? aPath : "", Finish(), system);
 }
 
 void ktstd_Archive::Close()
