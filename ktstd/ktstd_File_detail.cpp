@@ -201,7 +201,7 @@ int FileCalls::Close(int aFile) noexcept
     return _close(aFile) == 0 ? 0 : errno;
 }
 
-std::error_code FileCalls::Move(const fs::path& aFrom, const fs::path& aTo) noexcept
+std::error_code FileCalls::Move(const fs::path& aFrom, const fs::path& aTo)
 {
     if (MoveFileExW(aFrom.c_str(), aTo.c_str(),
                     MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0) {
@@ -233,15 +233,15 @@ int FileCalls::Close(int aFile) noexcept
     return ::close(aFile) == 0 ? 0 : errno;
 }
 
-std::error_code FileCalls::Move(const fs::path& aFrom, const fs::path& aTo) noexcept
+std::error_code FileCalls::Move(const fs::path& aFrom, const fs::path& aTo)
 {
+    const fs::path folder = aTo.has_parent_path() ? aTo.parent_path() : fs::path(".");
     std::error_code error;
     fs::rename(aFrom, aTo, error);
     if (error) {
         return error;
     }
     // The move itself is on disk when the folder is; a file system that can't do that is not asked.
-    const fs::path folder = aTo.has_parent_path() ? aTo.parent_path() : fs::path(".");
     const int handle = ::open(folder.c_str(), O_RDONLY | O_CLOEXEC);
     if (handle >= 0) {
         ::fsync(handle);

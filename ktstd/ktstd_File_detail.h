@@ -38,9 +38,9 @@ public:
     [[nodiscard]] virtual int Flush(int aFile) noexcept;
     //! Closes the file, whatever it gives.
     virtual int Close(int aFile) noexcept;
-    //! Puts a file in the place of another one, or of none.
+    //! Puts a file in the place of another one, or of none. Nothing was moved when it throws.
     [[nodiscard]] virtual std::error_code Move(const std::filesystem::path& aFrom,
-                                               const std::filesystem::path& aTo) noexcept;
+                                               const std::filesystem::path& aTo);
 };
 
 //! Writes a file as a whole: beside the target first, flushed to disk, then moved over it.
