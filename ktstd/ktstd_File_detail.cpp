@@ -122,6 +122,8 @@ public:
         }
         if (!mIsKept) {
             std::error_code ignored;
+            // With the target's rights it may be one that Windows doesn't remove.
+            fs::permissions(mPath, fs::perms::owner_write, fs::perm_options::add, ignored);
             fs::remove(mPath, ignored);
         }
     }
