@@ -8,6 +8,7 @@ kt_test(ktstd_tests
   ktstd_Collections_test.cpp
   ktstd_ComProperty_test.cpp
   ktstd_LogOpening_test.cpp
+  ktstd_SaveFaults_test.cpp
   ktstd_SharedObject_test.cpp
   ktstd_Values_test.cpp
   Hnd_ktstd_Transient_test.cpp
@@ -27,5 +28,6 @@ kt_test(ktstd_tests
   support/FakeDispatch.cpp
   support/TestShared.cpp
   support/Links.cpp
+  "${PROJECT_SOURCE_DIR}/ktstd/ktstd_File_detail.cpp"
   "${pool_source}"
   LINK ktstd)
