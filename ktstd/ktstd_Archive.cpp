@@ -147,7 +147,7 @@ Hnd_ktstd_Transient ktstd_Archive::State::NewObject(const Hnd_ktstd_Type& aType,
     const std::string name = TakeName();
     Hnd_ktstd_Transient object = ktstd_Schema::Make(name);
     if (object.IsNull() != 0) {
-        RaiseLoading("object of the unknown class \"" + name + "\"", aOffset,
+        RaiseLoading("object of the unknown class " + ktstd_detail::Quoted(name), aOffset,
                      Reason::kUnknownClass);
     }
     CheckKind(object, aType, aOffset);
