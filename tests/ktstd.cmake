@@ -5,6 +5,7 @@ kt_test(ktstd_tests
   ktstd_ArchiveDamage_test.cpp
   ktstd_ArchiveFile_test.cpp
   ktstd_ArchiveFormat_test.cpp
+  ktstd_ArchiveSweep_test.cpp
   ktstd_Collections_test.cpp
   ktstd_ComProperty_test.cpp
   ktstd_LogOpening_test.cpp
