@@ -147,7 +147,7 @@ Hnd_ktstd_Transient ktstd_Archive::State::NewObject(const Hnd_ktstd_Type& aType,
     const std::string name = TakeName();
     Hnd_ktstd_Transient object = ktstd_Schema::Make(name);
     if (object.IsNull() != 0) {
-        RaiseLoading("object of the unknown class \"" + name + "\"", aOffset,
+        RaiseLoading("object of the unknown class " + ktstd_detail::Quoted(name), aOffset,
                      Reason::kUnknownClass);
     }
     CheckKind(object, aType, aOffset);
@@ -281,7 +281,8 @@ const std::vector<unsigned char>& ktstd_Archive::Finish()
 
 void ktstd_Archive::Save(const char* aPath)
 {
-    ktstd_detail::WriteWholeFile(aPath != nullptr ? aPath : "", Finish());
+    ktstd_detail::FileCalls system;
+    ktstd_detail::WriteWholeFile(aPath != nullptr ? aPath : "", Finish(), system);
 }
 
 void ktstd_Archive::Close()

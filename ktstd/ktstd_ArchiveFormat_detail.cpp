@@ -139,7 +139,7 @@ std::map<std::string, long> parseClassVersions(PartReader& aReader)
     for (std::uint32_t i = 0; i < count; ++i) {
         const std::string name = aReader.Name();
         if (!versions.empty() && versions.rbegin()->first >= name) {
-            aReader.Raise("the classes are out of order at \"" + name + "\"");
+            aReader.Raise("the classes are out of order at " + Quoted(name));
         }
         const auto version = static_cast<std::int32_t>(aReader.Number<std::uint32_t>());
         versions.emplace_hint(versions.end(), name, version);
@@ -202,6 +202,21 @@ void PutName(Bytes& aBytes, const std::string& aName)
 {
     Put(aBytes, static_cast<std::uint8_t>(aName.size()));
     aBytes.insert(aBytes.end(), aName.begin(), aName.end());
+}
+
+std::string Quoted(const std::string& aName)
+{
+    constexpr const char* kDigits = "0123456789ABCDEF";
+    std::string text = "\"";
+    for (const char each : aName) {
+        const auto byte = static_cast<unsigned char>(each);
+        if (byte >= 0x20 && byte < 0x7F) {
+            text += each;
+        } else {
+            text += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xFU]};
+        }
+    }
+    return text + "\"";
 }
 
 Bytes BuildArchive(long aFormatVersion, const std::map<std::string, long>& aClassVersions,

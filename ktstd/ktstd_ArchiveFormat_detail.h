@@ -54,6 +54,10 @@ template <class Unsigned>
 //! Appends a class name: its length in 1 byte, then its bytes.
 void PutName(Bytes& aBytes, const std::string& aName);
 
+//! Gives a class name that was read, for a message: in quotes, each byte that is no printing ASCII
+//! character as its number (\x00), so that no byte ends the text or leaves its line.
+[[nodiscard]] std::string Quoted(const std::string& aName);
+
 //! Puts a complete archive together.
 //! @param aFormatVersion   15 or 16
 //! @param aClassVersions   names of 1 to 255 bytes

@@ -31,6 +31,8 @@ namespace fs = std::filesystem;
 constexpr std::size_t kBlock = 1 << 16;
 constexpr int kMaxTemporaries = 1000;
 
+using ktstd_detail::FileCalls;
+
 struct FileCloser
 {
     void operator()(std::FILE* aFile) const noexcept { std::fclose(aFile); }
@@ -77,88 +79,11 @@ void checkPlainFile(const fs::path& aFile, const std::string& aPath)
     }
 }
 
-// A file being written. The calls give 0 or an error number.
-#if defined(_WIN32)
-
-int createNew(const fs::path& aPath, int& aFile) noexcept
-{
-    return _wsopen_s(&aFile, aPath.c_str(),
-                     _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT, _SH_DENYRW,
-                     _S_IREAD | _S_IWRITE);
-}
-
-long long writeSome(int aFile, const unsigned char* aData, std::size_t aSize) noexcept
-{
-    return _write(aFile, aData, static_cast<unsigned>(aSize));
-}
-
-int flushToDisk(int aFile) noexcept
-{
-    return _commit(aFile) == 0 ? 0 : errno;
-}
-
-int closeFile(int aFile) noexcept
-{
-    return _close(aFile) == 0 ? 0 : errno;
-}
-
-std::error_code moveOver(const fs::path& aFrom, const fs::path& aTo) noexcept
-{
-    if (MoveFileExW(aFrom.c_str(), aTo.c_str(),
-                    MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0) {
-        return {};
-    }
-    return std::error_code(static_cast<int>(GetLastError()), std::system_category());
-}
-
-#else
-
-int createNew(const fs::path& aPath, int& aFile) noexcept
-{
-    aFile = ::open(aPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    return aFile >= 0 ? 0 : errno;
-}
-
-long long writeSome(int aFile, const unsigned char* aData, std::size_t aSize) noexcept
-{
-    return ::write(aFile, aData, aSize);
-}
-
-int flushToDisk(int aFile) noexcept
-{
-    return ::fsync(aFile) == 0 ? 0 : errno;
-}
-
-int closeFile(int aFile) noexcept
-{
-    return ::close(aFile) == 0 ? 0 : errno;
-}
-
-std::error_code moveOver(const fs::path& aFrom, const fs::path& aTo)
-{
-    // All memory is taken before the move, which is final.
-    const fs::path folder = aTo.has_parent_path() ? aTo.parent_path() : fs::path(".");
-    std::error_code error;
-    fs::rename(aFrom, aTo, error);
-    if (error) {
-        return error;
-    }
-    // The move itself is on disk when the folder is; a file system that can't do that is not asked.
-    const int handle = ::open(folder.c_str(), O_RDONLY | O_CLOEXEC);
-    if (handle >= 0) {
-        ::fsync(handle);
-        ::close(handle);
-    }
-    return {};
-}
-
-#endif
-
-int writeAll(int aFile, const std::vector<unsigned char>& aBytes) noexcept
+int writeAll(FileCalls& aCalls, int aFile, const std::vector<unsigned char>& aBytes) noexcept
 {
     for (std::size_t at = 0; at < aBytes.size();) {
-        const long long written = writeSome(aFile, aBytes.data() + at,
-                                            std::min<std::size_t>(aBytes.size() - at, 1 << 28));
+        const long long written = aCalls.Write(aFile, aBytes.data() + at,
+                                               std::min<std::size_t>(aBytes.size() - at, 1 << 28));
         if (written < 0 && errno == EINTR) {
             continue;
         }
@@ -167,7 +92,7 @@ int writeAll(int aFile, const std::vector<unsigned char>& aBytes) noexcept
         }
         at += static_cast<std::size_t>(written);
     }
-    return flushToDisk(aFile);
+    return aCalls.Flush(aFile);
 }
 
 //! Removes a file when it goes, unless the file was kept.
@@ -175,13 +100,13 @@ class Temporary
 {
 public:
     //! Makes a new file beside the target.
-    Temporary(const fs::path& aTarget, const std::string& aPath)
+    Temporary(const fs::path& aTarget, const std::string& aPath, FileCalls& aCalls) : mCalls(aCalls)
     {
         int error = EEXIST;
         for (int i = 0; error == EEXIST && i < kMaxTemporaries; ++i) {
             mPath = aTarget;
             mPath += ".~" + std::to_string(i);
-            error = createNew(mPath, mFile);
+            error = mCalls.Create(mPath, mFile);
         }
         if (error != 0) {
             raise("write", aPath, "no file can be made beside it: " + reason(error),
@@ -193,18 +118,20 @@ public:
     ~Temporary()
     {
         if (mFile >= 0) {
-            closeFile(mFile);
+            mCalls.Close(mFile);
         }
         if (!mIsKept) {
             std::error_code ignored;
+            // With the target's rights it may be one that Windows doesn't remove.
+            fs::permissions(mPath, fs::perms::owner_write, fs::perm_options::add, ignored);
             fs::remove(mPath, ignored);
         }
     }
 
     void Fill(const std::vector<unsigned char>& aBytes, const std::string& aPath)
     {
-        int error = writeAll(mFile, aBytes);
-        const int closing = closeFile(std::exchange(mFile, -1));
+        int error = writeAll(mCalls, mFile, aBytes);
+        const int closing = mCalls.Close(std::exchange(mFile, -1));
         error = error != 0 ? error : closing;
         if (error != 0) {
             raise("write", aPath, reason(error), ktstd_fail_FileIO::kCannotWrite);
@@ -221,7 +148,7 @@ public:
         if (fs::exists(old)) {
             fs::permissions(mPath, old.permissions(), error);
         }
-        error = moveOver(mPath, aTarget);
+        error = mCalls.Move(mPath, aTarget);
         if (error) {
             raise("write", aPath, error.message(), ktstd_fail_FileIO::kCannotWrite);
         }
@@ -229,6 +156,7 @@ public:
     }
 
 private:
+    FileCalls& mCalls;
     fs::path mPath;
     int mFile{-1};
     bool mIsKept{false};
@@ -250,6 +178,81 @@ fs::path finalTarget(const fs::path& aPath)
 } // namespace
 
 namespace ktstd_detail {
+
+#if defined(_WIN32)
+
+int FileCalls::Create(const fs::path& aPath, int& aFile) noexcept
+{
+    return _wsopen_s(&aFile, aPath.c_str(),
+                     _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT, _SH_DENYRW,
+                     _S_IREAD | _S_IWRITE);
+}
+
+long long FileCalls::Write(int aFile, const unsigned char* aData, std::size_t aSize) noexcept
+{
+    return _write(aFile, aData, static_cast<unsigned>(aSize));
+}
+
+int FileCalls::Flush(int aFile) noexcept
+{
+    return _commit(aFile) == 0 ? 0 : errno;
+}
+
+int FileCalls::Close(int aFile) noexcept
+{
+    return _close(aFile) == 0 ? 0 : errno;
+}
+
+std::error_code FileCalls::Move(const fs::path& aFrom, const fs::path& aTo)
+{
+    if (MoveFileExW(aFrom.c_str(), aTo.c_str(),
+                    MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0) {
+        return {};
+    }
+    return std::error_code(static_cast<int>(GetLastError()), std::system_category());
+}
+
+#else
+
+int FileCalls::Create(const fs::path& aPath, int& aFile) noexcept
+{
+    aFile = ::open(aPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    return aFile >= 0 ? 0 : errno;
+}
+
+long long FileCalls::Write(int aFile, const unsigned char* aData, std::size_t aSize) noexcept
+{
+    return ::write(aFile, aData, aSize);
+}
+
+int FileCalls::Flush(int aFile) noexcept
+{
+    return ::fsync(aFile) == 0 ? 0 : errno;
+}
+
+int FileCalls::Close(int aFile) noexcept
+{
+    return ::close(aFile) == 0 ? 0 : errno;
+}
+
+std::error_code FileCalls::Move(const fs::path& aFrom, const fs::path& aTo)
+{
+    const fs::path folder = aTo.has_parent_path() ? aTo.parent_path() : fs::path(".");
+    std::error_code error;
+    fs::rename(aFrom, aTo, error);
+    if (error) {
+        return error;
+    }
+    // The move itself is on disk when the folder is; a file system that can't do that is not asked.
+    const int handle = ::open(folder.c_str(), O_RDONLY | O_CLOEXEC);
+    if (handle >= 0) {
+        ::fsync(handle);
+        ::close(handle);
+    }
+    return {};
+}
+
+#endif
 
 std::vector<unsigned char> ReadWholeFile(const std::string& aPath,
                                          const std::vector<unsigned char>& aStart)
@@ -288,13 +291,14 @@ std::vector<unsigned char> ReadWholeFile(const std::string& aPath,
     return bytes;
 }
 
-void WriteWholeFile(const std::string& aPath, const std::vector<unsigned char>& aBytes)
+void WriteWholeFile(const std::string& aPath, const std::vector<unsigned char>& aBytes,
+                    FileCalls& aCalls)
 {
     if (aPath.empty()) {
         raise("write", aPath, "the path is empty", ktstd_fail_FileIO::kCannotWrite);
     }
     const fs::path target = finalTarget(fs::u8path(aPath));
-    Temporary temporary(target, aPath);
+    Temporary temporary(target, aPath, aCalls);
     temporary.Fill(aBytes, aPath);
     temporary.MoveTo(target, aPath);
 }

@@ -1,5 +1,6 @@
 kt_test(ktmdl_tests
   ktmdl_Aliases_test.cpp
+  ktmdl_ArchiveSweep_test.cpp
   ktmdl_Axis3d_test.cpp
   ktmdl_BBox2d_test.cpp
   ktmdl_BBox3d_test.cpp

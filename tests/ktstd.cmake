@@ -3,9 +3,11 @@ kt_test(ktstd_tests
   ktstd_ArchiveDamage_test.cpp
   ktstd_ArchiveFile_test.cpp
   ktstd_ArchiveFormat_test.cpp
+  ktstd_ArchiveSweep_test.cpp
   ktstd_Collections_test.cpp
   ktstd_ComProperty_test.cpp
   ktstd_LogOpening_test.cpp
+  ktstd_SaveFaults_test.cpp
   ktstd_SharedObject_test.cpp
   ktstd_Values_test.cpp
   Hnd_ktstd_Transient_test.cpp
@@ -25,6 +27,7 @@ kt_test(ktstd_tests
   support/FakeDispatch.cpp
   support/TestShared.cpp
   support/Links.cpp
+  "${PROJECT_SOURCE_DIR}/ktstd/ktstd_File_detail.cpp"
   "${PROJECT_SOURCE_DIR}/ktstd/ktstd_Pool_detail.cpp"
   LINK ktstd)
 target_compile_definitions(ktstd_tests PRIVATE KTSTD_POOLING)

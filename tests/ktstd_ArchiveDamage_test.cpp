@@ -7,6 +7,7 @@
 #include "ktstd/ktstd_TransientHSeq.h"
 #include "support/Failures.h"
 #include "support/Links.h"
+#include "support/SmallStack.h"
 
 #include <gtest/gtest.h>
 
@@ -286,6 +287,19 @@ TEST(ktstd_ArchiveDamage, UnknownClassIsRefused)
     EXPECT_TRUE(raisesFileIO(ktstd_fail_FileIO::kUnknownClass,
                              message("object of the unknown class \"Stranger\"", kDataStart),
                              [&] { archive >> object; }));
+}
+
+TEST(ktstd_ArchiveDamage, UnknownClassWithControlBytesIsNamedWhole)
+{
+    Bytes data;
+    put32(data, 1);
+    putName(data, std::string("A\0\n\x7F\xC3Z", 6));
+    ktstd_Archive archive(archiveOf(data));
+    Hnd_ktstd_Transient object;
+    EXPECT_TRUE(
+        raisesFileIO(ktstd_fail_FileIO::kUnknownClass,
+                     message("object of the unknown class \"A\\x00\\x0A\\x7F\\xC3Z\"", kDataStart),
+                     [&] { archive >> object; }));
 }
 
 TEST(ktstd_ArchiveDamage, ObjectOfAnotherClassIsRefused)

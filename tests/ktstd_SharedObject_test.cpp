@@ -3,6 +3,7 @@
 #include "ktstd/ktstd_Pool_detail.h"
 #include "ktstd/ktstd_TShared.h"
 #include "support/Links.h"
+#include "support/SmallStack.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,6 @@
 #include "ktstd/ktstd_fail.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <fstream>
 #include <iterator>
@@ -19,12 +18,6 @@ Hnd_ktstd_Transient makeLink()
 const ktstd_SchemaEntry schemaEntry("Link", 2, makeLink);
 
 constexpr std::size_t kTrailer = 32;
-
-extern "C" void* runFunction(void* aFunction)
-{
-    (*static_cast<const std::function<void()>*>(aFunction))();
-    return nullptr;
-}
 
 } // namespace
 
@@ -122,19 +115,6 @@ Bytes sealed(Bytes aArchive)
         aArchive[place + i] = static_cast<unsigned char>(crc >> (8 * i));
     }
     return aArchive;
-}
-
-void onSmallStack(const std::function<void()>& aFunction)
-{
-    pthread_attr_t attributes;
-    ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, std::size_t{1} << 20), 0);
-    pthread_t thread;
-    ASSERT_EQ(pthread_create(&thread, &attributes, runFunction,
-                             const_cast<std::function<void()>*>(&aFunction)),
-              0);
-    EXPECT_EQ(pthread_join(thread, nullptr), 0);
-    EXPECT_EQ(pthread_attr_destroy(&attributes), 0);
 }
 
 } // namespace kt_test

@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -56,8 +55,5 @@ Bytes archiveOf(const Bytes& aData);
 
 //! Gives the archive with the right checksum for its bytes.
 Bytes sealed(Bytes aArchive);
-
-//! Runs a function on a stack of 1 MiB, the least that a host gives.
-void onSmallStack(const std::function<void()>& aFunction);
 
 } // namespace kt_test
