@@ -704,11 +704,20 @@ public:
         if (hasEdges()) {
             lists[0].emplace(topo->mDispTopo, L"Edges");
         }
+        renew();
     }
     void run() override
     {
         status = 7;
         status = topo->BuildPersistentData();
+    }
+    void renew() override
+    {
+        // Lists of an earlier time, which must not stay.
+        for (Hnd_ktmdl_TopoHSeq& list : topo->mSubTopos) {
+            list = listOf({refer(support::edgeOf(document, 1), kEdge)});
+        }
+        topo->mBBox = ktmdl_BBox3d();
     }
     std::string flaw() override
     {
