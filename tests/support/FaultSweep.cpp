@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <optional>
 
 namespace sweep {
@@ -317,6 +318,7 @@ void judge(const Operation& operation, const FaultCase& fault, Stage& stage, Rep
     const Rules& rules = operation.rules;
     if (report.raised) {
         EXPECT_TRUE(rules.raises) << "an error left the operation";
+        EXPECT_TRUE(report.caught.empty()) << "an error that has ended left the operation";
     }
     report.reported = report.raised || !report.caught.empty();
     if (report.reported) {
