@@ -150,13 +150,14 @@ public:
     //! @param ofOccurrence  of an assembly, else of a body
     UpdateDispatchStage(Where where, bool ofOccurrence) : TopoStage(where)
     {
+        stale = support::faceOf(document, 1);
         if (ofOccurrence) {
             document = host.document("C:\\jobs\\vice.asm");
             body = support::occurrenceOf(document, 2);
             name = "[C:\\jobs\\vice.asm]";
         }
         topo = refer(body, kBody);
-        topo->mDispTopo = nullptr;
+        topo->mDispTopo = stale;
     }
     void run() override
     {
@@ -165,7 +166,7 @@ public:
     }
     void renew() override
     {
-        topo->mDispTopo = nullptr;
+        topo->mDispTopo = stale;
         topo->mDocName.Copy(ktstd_AsciiString());
     }
     std::string flaw() override
@@ -179,7 +180,10 @@ public:
     {
         Flaws flaws = common(report.raised ? "" : report.reported ? name : misread());
         flaws.check(status == (report.raised ? 7 : 0), "status");
-        flaws.check(isBound(topo) == !report.reported, "bound");
+        flaws.check(isSame(topo->mDispTopo, report.raised     ? stale
+                                            : report.reported ? IDispatchPtr()
+                                                              : body),
+                    "bound");
         return flaws.all();
     }
 
@@ -193,6 +197,7 @@ private:
         return flaws;
     }
 
+    IDispatchPtr stale; //!< what the reference was bound to before
     Hnd_ktmdl_Topo topo;
     long status = 7;
 };
@@ -699,11 +704,20 @@ public:
         if (hasEdges()) {
             lists[0].emplace(topo->mDispTopo, L"Edges");
         }
+        renew();
     }
     void run() override
     {
         status = 7;
         status = topo->BuildPersistentData();
+    }
+    void renew() override
+    {
+        // Lists of an earlier time, which must not stay.
+        for (Hnd_ktmdl_TopoHSeq& list : topo->mSubTopos) {
+            list = listOf({refer(support::edgeOf(document, 1), kEdge)});
+        }
+        topo->mBBox = ktmdl_BBox3d();
     }
     std::string flaw() override
     {
@@ -975,11 +989,21 @@ const std::vector<sweep::FaultAt> kQuietBox = {
      {FaultKind::nullArray, FaultKind::emptyArray, FaultKind::shortArray,
       FaultKind::otherElementType}}};
 
+//! A key that can't be taken over, a child that is missing, and parameters that the host does not
+//! take back are told by the error alone.
+const std::vector<sweep::FaultAt> kUnplaced = {
+    {".GetReferenceKey method",
+     {FaultKind::nullArray, FaultKind::emptyArray, FaultKind::shortArray,
+      FaultKind::otherElementType}},
+    {".Item method", {FaultKind::nullObject, FaultKind::noResult}},
+    {".GetParamAtPoint method", {FaultKind::otherElementType}}};
+
 sweep::Rules raising()
 {
     sweep::Rules rules;
     rules.raises = true;
     rules.source = kSource;
+    rules.unplaced = kUnplaced;
     return rules;
 }
 
@@ -988,6 +1012,7 @@ sweep::Rules catching(const std::string& function, const std::vector<std::string
     sweep::Rules rules;
     rules.boundaries = {boundary(function)};
     rules.pointers = pointers;
+    rules.unplaced = kUnplaced;
     return rules;
 }
 

@@ -49,6 +49,7 @@ struct Report
     standin::JournalEntry call;      //!< the call that was struck
     bool raised = false;             //!< an automation error left the operation
     HRESULT code = S_OK;             //!< its code, or that of the first line that told one
+    bool placed = false;             //!< the first line told the place where the fault shows
     std::vector<std::string> caught; //!< functions that logged the end of an error, in order
     bool reported = false;           //!< raised or logged; else the fault was passed over
 
@@ -102,6 +103,7 @@ struct Rules
     std::vector<Boundary> boundaries;  //!< innermost first
     std::vector<std::string> pointers; //!< names in the lines of missing objects
     std::vector<FaultAt> quiet;        //!< passed over without a word
+    std::vector<FaultAt> unplaced;     //!< show at no place, though they are of such a kind
     std::vector<FaultAt> masked;       //!< show as a missing object, whatever the code
     std::string source;                //!< of lines without a boundary; needed when it raises
     std::vector<std::string> ownLines; //!< what it writes anyway, before all else
