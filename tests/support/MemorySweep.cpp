@@ -108,6 +108,7 @@ void tryFault(const Operation& aOperation, const std::string& aResult, long aNth
         EXPECT_EQ(after, before) << "changed, although it raised " << faulted.text;
     }
     if (aOperation.leaves == Leaves::PartDone) {
+        trial = Trial(); // before the new one: there is one registry and one log
         trial = aOperation.prepare();
     }
     runWell(trial);
