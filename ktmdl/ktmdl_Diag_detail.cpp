@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iomanip>
 #include <locale>
+#include <new>
 #include <sstream>
 #include <string>
 
@@ -39,7 +40,7 @@ private:
 };
 
 //! Ends a line of the log; the formatting state of the stream stays as it is.
-void write(const Line& aLine)
+void writeLine(const Line& aLine)
 {
     std::fstream& log = ktstd_Debug::LogPrint();
     const std::string text = aLine.text();
@@ -49,13 +50,18 @@ void write(const Line& aLine)
     log.flush();
 }
 
-Line failedCallLine(const _com_error& aError, const char* aFile, long aLine)
+//! Composes a line and writes it. What there is no memory for is lost: a log must not put another
+//! error in the place of the one that it tells.
+template <class Compose>
+void write(Compose aCompose)
 {
-    Line line;
-    line << "COM ERROR: " << com::errorText(aError.Error()) << ", hr=0x";
-    line.hex(aError.Error(), 8);
-    line << " (File: " << aFile << ", Line: " << aLine << ")";
-    return line;
+    try {
+        Line line;
+        aCompose(line);
+        writeLine(line);
+    } catch (const std::bad_alloc&) {
+        ktstd_Debug::LogPrint().width(0);
+    }
 }
 
 } // namespace
@@ -65,10 +71,10 @@ void ComCheckPointer(const void* aPointer, const char* aName, const char* aFile,
     if (aPointer != nullptr) {
         return;
     }
-    Line line;
-    line << "COM ERROR: pointer " << aName << " is NULL (File: " << aFile << ", Line: " << aLine
-         << ")";
-    write(line);
+    write([&](Line& line) {
+        line << "COM ERROR: pointer " << aName << " is NULL (File: " << aFile << ", Line: " << aLine
+             << ")";
+    });
     _com_issue_error(E_POINTER);
 }
 
@@ -83,7 +89,10 @@ void ComCheckResult(HRESULT aCode, IErrorInfo* aInfo, const char* aFile, long aL
     if (SUCCEEDED(aCode)) {
         return;
     }
-    write(failedCallLine(error, aFile, aLine));
+    write([&](Line& line) {
+        line << "COM ERROR: " << com::errorText(aCode) << ", hr=0x";
+        line.hex(aCode, 8) << " (File: " << aFile << ", Line: " << aLine << ")";
+    });
     // On purpose: this line leaves the log with fill character '0' and decimal numbers; readers of
     // the log know it so. Pinned by FailedCallLineLeavesZeroFillAndDecimalBase.
     std::fstream& log = ktstd_Debug::LogPrint();
@@ -94,26 +103,23 @@ void ComCheckResult(HRESULT aCode, IErrorInfo* aInfo, const char* aFile, long aL
 
 void ComReportCaught(const _com_error& aError, const char* aFile, const char* aFunction, long aLine)
 {
-    Line line;
-    line << "COM ERROR caught in " << aFile << "{" << aFunction << "} (" << aLine
-         << "): " << com::errorText(aError.Error()) << " (hr=";
-    line.hex(aError.Error(), 0);
-    line << ")";
-    write(line);
+    write([&](Line& line) {
+        line << "COM ERROR caught in " << aFile << "{" << aFunction << "} (" << aLine
+             << "): " << com::errorText(aError.Error()) << " (hr=";
+        line.hex(aError.Error(), 0) << ")";
+    });
     ktstd_Debug::LogPrint().setf(std::ios_base::dec, std::ios_base::basefield);
 }
 
 void ReportCaughtFailure(const Hnd_ktstd_fail_Failure& aFailure, const char* aFile,
                          const char* aFunction, long aLine)
 {
-    Line first;
     // On purpose: no blank behind the colon, unlike the line of an automation error. Pinned by
     // CaughtFailureWritesTwoLinesAndAcknowledges.
-    first << "EXCEPTION caught in " << aFile << "{" << aFunction << "} (" << aLine << "):";
-    write(first);
-    Line second;
-    second << aFailure;
-    write(second);
+    write([&](Line& line) {
+        line << "EXCEPTION caught in " << aFile << "{" << aFunction << "} (" << aLine << "):";
+    });
+    write([&](Line& line) { line << aFailure; });
     aFailure->Caught();
 }
 

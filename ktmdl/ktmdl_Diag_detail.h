@@ -25,6 +25,8 @@
 
 namespace ktmdl_detail {
 
+// A line for which there is no memory is lost, or cut short; what it reports is not.
+
 //! @throws _com_error  E_POINTER when the pointer is null, after the log line
 void ComCheckPointer(const void* aPointer, const char* aName, const char* aFile, long aLine);
 

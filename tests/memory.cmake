@@ -21,10 +21,16 @@ endif()
 
 kt_test(memory_tests
   memory_Containers_test.cpp
+  memory_Host_test.cpp
   memory_Kernel_test.cpp
+  memory_Sweep_test.cpp
+  memory_Values_test.cpp
   support/AllocationFaults.cpp
+  support/EdgeSet.cpp
   support/FakeDispatch.cpp
   support/LogCapture.cpp
   support/MemorySweep.cpp
+  support/OccurrenceTree.cpp
+  support/ProfileHost.cpp
   support/TopoScene.cpp
   LINK kt_unpooled)

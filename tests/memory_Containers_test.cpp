@@ -14,6 +14,8 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -211,19 +213,113 @@ struct Maps
     std::string result;
 };
 
+//! The maps by what is in them: a table may grow for a key that does not come.
+struct MapContents : Maps
+{
+    [[nodiscard]] std::string State() const
+    {
+        std::string text;
+        for (const ktmdl_TopoMap* const map : {&empty, &full, &other}) {
+            std::set<int> keys;
+            for (ktmdl_MapIteratorOfTopoMap it(*map); it.More(); it.Next()) {
+                keys.insert(kt_test::keyOf(it.Key()));
+            }
+            for (const int key : keys) {
+                text += std::to_string(key) + " ";
+            }
+            text += "/ ";
+        }
+        return text;
+    }
+};
+
 void addMap(std::vector<Operation>& aAll)
 {
     const auto add = [&](const std::string& aOperation, Leaves aLeaves, auto aRun) {
         aAll.push_back(operation<Maps>("ktmdl_TopoMap" + aOperation, aLeaves, Tells::ByRaising,
                                        aRun, [](const Maps& m) { return m.State(); }));
     };
-    add("AddFirst", Leaves::FreshStart, [](Maps& m) { m.empty.Add(m.topo); });
-    add("AddThatGrows", Leaves::FreshStart, [](Maps& m) { m.full.Add(m.topo); });
+    const auto addToContents = [&](const std::string& aOperation, auto aRun) {
+        aAll.push_back(operation<MapContents>("ktmdl_TopoMap" + aOperation, Leaves::AllAsBefore,
+                                              Tells::ByRaising, aRun,
+                                              [](const MapContents& m) { return m.State(); }));
+    };
+    addToContents("AddFirst", [](MapContents& m) { m.empty.Add(m.topo); });
+    addToContents("AddThatGrows", [](MapContents& m) { m.full.Add(m.topo); });
     add("AddThatDoesNotGrow", Leaves::AllAsBefore, [](Maps& m) { m.other.Add(m.topo); });
     add("ReSize", Leaves::AllAsBefore, [](Maps& m) { m.full.ReSize(1000); });
     // The set is emptied first, and filled key by key.
     add("Assign", Leaves::FreshStart, [](Maps& m) { m.full.Assign(m.other); });
     add("AssignToEmpty", Leaves::FreshStart, [](Maps& m) { m.empty = m.other; });
+}
+
+// Records
+
+//! A sequence, an archive to store it in, and one to load it from.
+template <class Sequence, class Element>
+struct SequenceRecord : Sequences<Sequence, Element>
+{
+    SequenceRecord()
+    {
+        ktstd_Archive archive;
+        archive << this->other;
+        loading = std::make_unique<ktstd_Archive>(archive.Finish());
+    }
+    [[nodiscard]] std::string State() const
+    {
+        return std::to_string(storing.Position()) + " bytes, " + shown(this->sequence);
+    }
+
+    ktstd_Archive storing;
+    std::unique_ptr<ktstd_Archive> loading;
+};
+
+//! What was stored or loaded before stays.
+template <class Sequence, class Element>
+void addSequenceRecord(const std::string& aName, std::vector<Operation>& aAll)
+{
+    using Subject = SequenceRecord<Sequence, Element>;
+    const auto add = [&](const std::string& aOperation, auto aRun) {
+        aAll.push_back(operation<Subject>(aName + aOperation, Leaves::PartDone, Tells::ByRaising,
+                                          aRun, [](const Subject& s) { return s.State(); }));
+    };
+    add("Store", [](Subject& s) { s.storing << s.sequence; });
+    add("Load", [](Subject& s) { *s.loading >> s.sequence; });
+}
+
+struct MapRecord : Maps
+{
+    MapRecord()
+    {
+        ktstd_Archive archive;
+        archive << full;
+        loading = std::make_unique<ktstd_Archive>(archive.Finish());
+    }
+    MapRecord(const MapRecord&) = delete;
+    MapRecord& operator=(const MapRecord&) = delete;
+    // Loaded references are registered.
+    ~MapRecord() { ktmdl_Topo::ClearAllTopos(); }
+    [[nodiscard]] std::string State() const
+    {
+        return std::to_string(storing.Position()) + " bytes, " + Maps::State();
+    }
+
+    ktstd_Archive storing;
+    std::unique_ptr<ktstd_Archive> loading;
+};
+
+void addRecords(std::vector<Operation>& aAll)
+{
+    addSequenceRecord<ktmdl_Pnt3dSeq, ktmdl_Pnt3d>("ktmdl_Pnt3dSeq", aAll);
+    addSequenceRecord<ktmdl_ErosionPosSeq, ktmdl_ErosionPos>("ktmdl_ErosionPosSeq", aAll);
+    addSequenceRecord<ktmdl_Trsf3dSeq, ktmdl_Trsf3d>("ktmdl_Trsf3dSeq", aAll);
+    const auto add = [&](const std::string& aOperation, auto aRun) {
+        aAll.push_back(operation<MapRecord>("ktmdl_TopoMap" + aOperation, Leaves::PartDone,
+                                            Tells::ByRaising, aRun,
+                                            [](const MapRecord& m) { return m.State(); }));
+    };
+    add("Store", [](MapRecord& m) { m.storing << m.full; });
+    add("Load", [](MapRecord& m) { *m.loading >> m.empty; });
 }
 
 template <class Sequence, class Element>
@@ -272,6 +368,7 @@ std::vector<Operation> operations()
     addSequence<ktmdl_TopoSeq, Hnd_ktmdl_Topo>("ktmdl_TopoSeq", all);
     addSharedSequence(all);
     addMap(all);
+    addRecords(all);
     return all;
 }
 

@@ -28,8 +28,6 @@ bool mayAllocate() noexcept
     return sNth == 0 || (sAsked != sNth && !isLater);
 }
 
-const bool sStringsAsk = com::setAllocationGate(&mayAllocate);
-
 void* take(std::size_t aSize) noexcept
 {
     void* const block = mayAllocate() ? std::malloc(aSize == 0 ? 1 : aSize) : nullptr;
@@ -138,7 +136,8 @@ bool operator==(const Alive& aFirst, const Alive& aSecond) noexcept
 
 bool canFailStrings() noexcept
 {
-    return sStringsAsk;
+    static const bool sIsGateSet = com::setAllocationGate(&mayAllocate);
+    return sIsGateSet;
 }
 
 } // namespace kt_test

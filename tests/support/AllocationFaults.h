@@ -1,6 +1,6 @@
 //! @file
 //! Lets memory run out at a chosen allocation. A program that contains this takes all memory of
-//! operator new from here, and all its strings and arrays ask here first.
+//! operator new from here; once canFailStrings was called, strings and arrays ask here as well.
 #pragma once
 
 namespace kt_test {
@@ -49,7 +49,7 @@ struct Alive
 };
 bool operator==(const Alive& aFirst, const Alive& aSecond) noexcept;
 
-//! Tells whether strings and arrays fail too: a platform may not let them.
+//! Makes strings and arrays fail too from now on; false where the platform does not let them.
 bool canFailStrings() noexcept;
 
 } // namespace kt_test
