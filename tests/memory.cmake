@@ -34,3 +34,7 @@ kt_test(memory_tests
   support/ProfileHost.cpp
   support/TopoScene.cpp
   LINK kt_unpooled)
+if(WIN32)
+  # A runtime library of its own would take its memory past the program's operator new.
+  target_link_options(memory_tests PRIVATE -static)
+endif()
