@@ -5,7 +5,7 @@ TEST_PACKAGES := libgtest-dev googletest
 WINDOWS_PACKAGES := g++-mingw-w64-x86-64-posix wine64 wine
 SANITIZE_PACKAGES := clang libclang-rt-14-dev llvm-14
 
-.PHONY: help demo test windows-test sanitize clang-test coverage fuzz-smoke format tidy clean
+.PHONY: help demo test windows-test sanitize clang-test coverage sweep fuzz-smoke format tidy clean
 
 help:
 	@echo "make demo           build the demo and play one life of a part's references"
@@ -14,6 +14,7 @@ help:
 	@echo "make sanitize       run every test under address, leak and undefined-behaviour sanitizers"
 	@echo "make clang-test     build with clang++ and run every test"
 	@echo "make coverage       tell which lines of ktstd and ktmdl the tests reach"
+	@echo "make sweep          put every fault at every point, and write docs/sweeps.md"
 	@echo "make fuzz-smoke     replay what fuzzing found, and fuzz each target for 20 s"
 	@echo "make format         check the layout of the sources"
 	@echo "make tidy           run clang-tidy over changed sources"
@@ -59,6 +60,12 @@ coverage:
 	    --print-summary --html-details build/coverage/index.html --json-summary build/coverage/summary.json \
 	    --txt build/coverage/coverage.txt build/coverage
 	@cat build/coverage/coverage.txt
+
+sweep:
+	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES)
+	cmake --preset dev
+	cmake --build --preset dev
+	scripts/sweep.sh build/dev docs/sweeps.md
 
 fuzz-smoke:
 	@scripts/need.sh $(BUILD_PACKAGES) $(SANITIZE_PACKAGES)
