@@ -71,7 +71,7 @@ fuzz-smoke:
 	@scripts/need.sh $(BUILD_PACKAGES) $(SANITIZE_PACKAGES)
 	cmake --preset fuzz
 	cmake --build --preset fuzz
-	scripts/fuzz.sh 20
+	printf "%s\n" archive_load archive_roundtrip step_read log_dump | xargs -P 2 -n 1 scripts/fuzz.sh 20
 
 format:
 	@scripts/need.sh clang-format
