@@ -12,3 +12,5 @@ kt_test(soak_tests
   support/SoakModel.cpp
   support/TopoScene.cpp
   LINK ktmdl ktstandin)
+# The model's work is most of the time here.
+target_compile_options(soak_tests PRIVATE -O1)

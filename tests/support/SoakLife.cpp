@@ -1617,14 +1617,18 @@ void Life::opLoops()
     if (!isStruck || (ending == Ending::fine && status == 0)) {
         equal(0, static_cast<int>(ending), "ending");
         equal(0L, status, "status");
-        require(builder->Loops().IsNull() == 0, "loops", "none");
-        equal(static_cast<long>(face.loops), builder->Loops()->Length(), "number of loops");
-        equal(0L, edges->Length(), "edges left over");
+        // A closed edge that can't tell so counts as open, and is no loop then.
+        const bool hasClosed = std::any_of(face.edges.begin(), face.edges.end(),
+                                           [&](Id edge) { return world.thing(edge).isClosed; });
+        const long missing = isStruck && hasClosed && edges->Length() == 1 ? 1 : 0;
+        const long loops = builder->Loops().IsNull() != 0 ? 0 : builder->Loops()->Length();
+        equal(static_cast<long>(face.loops) - missing, loops, "number of loops");
+        equal(missing, edges->Length(), "edges left over");
         long chained = 0;
-        for (long i = 1; i <= builder->Loops()->Length(); ++i) {
+        for (long i = 1; i <= loops; ++i) {
             chained += Hnd_ktmdl_TopoHSeq::DownCast(builder->Loops()->Value(i))->Length();
         }
-        equal(static_cast<long>(things.size()), chained, "edges in loops");
+        equal(static_cast<long>(things.size()) - missing, chained, "edges in loops");
     } else {
         require(ending == Ending::automationError, "an automation error or the right loops");
     }
