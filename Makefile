@@ -3,9 +3,11 @@
 BUILD_PACKAGES := g++ cmake ninja-build nlohmann-json3-dev libcli11-dev
 TEST_PACKAGES := libgtest-dev googletest
 WINDOWS_PACKAGES := g++-mingw-w64-x86-64-posix wine64 wine
+BENCH_PACKAGES := libbenchmark-dev libeigen3-dev libglm-dev libabsl-dev libboost-serialization-dev \
+    libcereal-dev libgeos++-dev
 SANITIZE_PACKAGES := clang libclang-rt-14-dev llvm-14
 
-.PHONY: help demo test soak windows-test sanitize clang-test coverage sweep fuzz-smoke format tidy clean
+.PHONY: help demo test soak windows-test sanitize clang-test coverage sweep fuzz-smoke bench bench-smoke format tidy clean
 
 help:
 	@echo "make demo           build the demo and play one life of a part's references"
@@ -17,6 +19,8 @@ help:
 	@echo "make coverage       tell which lines of ktstd and ktmdl the tests reach"
 	@echo "make sweep          put every fault at every point, and write docs/sweeps.md"
 	@echo "make fuzz-smoke     replay what fuzzing found, and fuzz each target for 20 s"
+	@echo "make bench          time the libraries beside what a user would take instead"
+	@echo "make bench-smoke    run each row of the benchmark once"
 	@echo "make format         check the layout of the sources"
 	@echo "make tidy           run clang-tidy over changed sources"
 	@echo "make clean          remove the build folder"
@@ -82,6 +86,13 @@ fuzz-smoke:
 	cmake --preset fuzz
 	cmake --build --preset fuzz
 	printf "%s\n" archive_load archive_roundtrip step_read log_dump | xargs -P 2 -n 1 scripts/fuzz.sh 20
+
+bench bench-smoke:
+	@scripts/need.sh $(BUILD_PACKAGES) $(BENCH_PACKAGES)
+	cmake --preset bench
+	cmake --build --preset bench
+	build/bench/bin/ktmdl-bench $(if $(filter bench-smoke,$@),--smoke --largest 10000) \
+	    --json build/bench/results.json
 
 format:
 	@scripts/need.sh clang-format
