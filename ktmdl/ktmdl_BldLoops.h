@@ -7,8 +7,6 @@
 #include "ktmdl/ktmdl_TopoHSeq.h"
 #include "ktstd/ktstd_TransientHSeq.h"
 
-class ktmdl_Pnt3d;
-
 //! Chains edges whose ends meet into closed loops. A closed edge is a loop by itself; edges that
 //! can't be closed into a loop are handed back.
 //!
