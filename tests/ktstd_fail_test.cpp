@@ -156,6 +156,14 @@ TEST(ktstd_fail_FileIO, CarriesItsCode)
     }
 }
 
+TEST(ktstd_fail_Failure, StreamWithoutBufferGivesAnEmptyMessage)
+{
+    EXPECT_TRUE(kt_test::raises<Hnd_ktstd_fail_OutOfRange>("", [] {
+        std::strstream stream(nullptr, 0, std::ios_base::out);
+        ktstd_fail_OutOfRange::Raise(stream);
+    }));
+}
+
 TEST(ktstd_fail_Failure, OutlivesItsCatchBlockInAHandle)
 {
     Hnd_ktstd_fail_Failure kept;
