@@ -366,6 +366,17 @@ TEST(ktstd_SaveFaults, FileThatIsNotOpenIsNeitherFlushedNorClosed)
     EXPECT_EQ(calls.Close(-1), EBADF);
 }
 
+TEST(ktstd_SaveFaults, FolderThatMayNotBeReadIsSavedInto)
+{
+    const TempFolder folder;
+    const std::string path = folder.File("data.kta");
+    fs::permissions(folder.Path(), fs::perms::owner_write | fs::perms::owner_exec);
+    EXPECT_NO_THROW(save(path, kNewSize));
+    fs::permissions(folder.Path(), fs::perms::owner_all);
+    EXPECT_EQ(loadedSize(path), kNewSize);
+    EXPECT_EQ(folder.Names(), Names{"data.kta"});
+}
+
 TEST(ktstd_SaveFaults, DiskThatFillsAtAnyByteLeavesTheOldFile)
 {
     const TempFolder folder;

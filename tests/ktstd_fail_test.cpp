@@ -98,6 +98,7 @@ TEST(ktstd_fail_Failure, IsRaisedItself)
         }
         return "raised nothing";
     };
+    EXPECT_EQ(ktstd_fail_Failure::TypeOfClass(), ktstd_fail_Failure_Type_());
     const char* const none = nullptr;
     EXPECT_EQ(messageOf([] { ktstd_fail_Failure::Raise("what went wrong"); }), "what went wrong");
     EXPECT_EQ(messageOf([&] { ktstd_fail_Failure::Raise(none); }), "");
@@ -131,6 +132,12 @@ TEST(ktstd_fail_NoSuchObject, IsRaisedWithItsMessage)
 {
     expectRaised<Hnd_ktstd_fail_NoSuchObject, Hnd_ktstd_fail_OutOfRange>(
         "ktstd_fail_NoSuchObject", ktstd_fail_NoSuchObject_Type_());
+}
+
+TEST(ktstd_fail_NullObject, IsRaisedWithItsMessage)
+{
+    expectRaised<Hnd_ktstd_fail_NullObject, Hnd_ktstd_fail_OutOfRange>(
+        "ktstd_fail_NullObject", ktstd_fail_NullObject_Type_());
 }
 
 TEST(ktstd_fail_OutOfRange, IsRaisedWithItsMessage)
