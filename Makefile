@@ -7,7 +7,8 @@ BENCH_PACKAGES := libbenchmark-dev libeigen3-dev libglm-dev libabsl-dev libboost
     libcereal-dev libgeos++-dev
 SANITIZE_PACKAGES := clang libclang-rt-14-dev llvm-14
 
-.PHONY: help demo test soak windows-test sanitize clang-test coverage sweep fuzz-smoke bench bench-smoke format tidy clean
+.PHONY: help demo test soak windows-test sanitize clang-test coverage branches sweep fuzz-smoke bench \
+    bench-smoke format tidy clean
 
 help:
 	@echo "make demo           build the demo and play one life of a part's references"
@@ -17,6 +18,7 @@ help:
 	@echo "make sanitize       run every test under address, leak and undefined-behaviour sanitizers"
 	@echo "make clang-test     build with clang++ and run every test"
 	@echo "make coverage       tell which lines of ktstd and ktmdl the tests reach"
+	@echo "make branches       tell which sides of the decisions in them the tests take"
 	@echo "make sweep          put every fault at every point, and write docs/sweeps.md"
 	@echo "make fuzz-smoke     replay what fuzzing found, and fuzz each target for 20 s"
 	@echo "make bench          time the libraries beside what a user would take instead"
@@ -71,9 +73,18 @@ coverage:
 	find build/coverage -name '*.gcda' -delete
 	ctest --preset coverage --no-tests=error
 	gcovr --root . --filter ktstd/ --filter ktmdl/ --exclude-throw-branches --exclude-unreachable-branches \
-	    --print-summary --html-details build/coverage/index.html --json-summary build/coverage/summary.json \
+	    --decisions --json build/coverage/all.json --html-details build/coverage/index.html \
 	    --txt build/coverage/coverage.txt build/coverage
 	@cat build/coverage/coverage.txt
+	@scripts/coverage-table.py build/coverage/all.json
+
+branches:
+	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES) $(SANITIZE_PACKAGES) python3
+	cmake --preset branches
+	cmake --build --preset branches
+	rm -rf build/branches/profiles
+	ctest --preset branches --no-tests=error
+	scripts/branch-coverage.py build/branches
 
 sweep:
 	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES)
