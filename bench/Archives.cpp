@@ -1,7 +1,6 @@
 // Archives beside serialization libraries and beside copying the same bytes.
 
 #include "Rows.h"
-
 #include "ktmdl/ktmdl_Pnt3d.h"
 #include "ktmdl/ktmdl_Topo.h"
 #include "ktmdl/ktmdl_TopoHSeq.h"
@@ -11,10 +10,10 @@
 
 #include <boost/archive/binary_iarchive.hpp>
 #include <boost/archive/binary_oarchive.hpp>
+#include <boost/serialization/level.hpp>
 #include <boost/serialization/shared_ptr.hpp>
 #include <boost/serialization/string.hpp>
 #include <boost/serialization/tracking.hpp>
-#include <boost/serialization/level.hpp>
 #include <boost/serialization/vector.hpp>
 #include <cereal/archives/binary.hpp>
 #include <cereal/types/memory.hpp>
@@ -223,8 +222,7 @@ Side ourLoading()
 {
     return {"ours", [] {
                 const auto values = std::make_shared<std::vector<Value>>(ourValues<Value>());
-                const auto data =
-                    std::make_shared<std::vector<unsigned char>>(ourStore(*values));
+                const auto data = std::make_shared<std::vector<unsigned char>>(ourStore(*values));
                 return timedOnly([values, data] {
                     ourLoad(*data, *values);
                     consume(values->data());
@@ -238,8 +236,7 @@ Side theirStoring(const char* aName)
             [] {
                 const auto values =
                     std::make_shared<std::vector<Numbers<Count>>>(theirValues<Count>());
-                return timedOnly(
-                    [values] { consume(theirStore<Library>(*values).data()); });
+                return timedOnly([values] { consume(theirStore<Library>(*values).data()); });
             },
             0.0, 3.0};
 }
@@ -310,8 +307,7 @@ void addValues(const std::string& aWhat, double aAimOfCopying)
         theirLoad<Boost>(boosted, boostLoaded);
         for (std::size_t i = 0; i < loaded.size(); ++i) {
             // The numbers follow the table pointer.
-            const char* const numbers =
-                reinterpret_cast<const char*>(&loaded[i]) + sizeof(void*);
+            const char* const numbers = reinterpret_cast<const char*>(&loaded[i]) + sizeof(void*);
             if (std::memcmp(numbers, theirLoaded[i].values, sizeof(double) * Count) != 0 ||
                 std::memcmp(numbers, boostLoaded[i].values, sizeof(double) * Count) != 0) {
                 return std::string("values");
@@ -319,12 +315,18 @@ void addValues(const std::string& aWhat, double aAimOfCopying)
         }
         return std::string();
     };
-    add({"archive: store " + aWhat, kMany, ourStoring<Value>(),
-         {theirStoring<Boost, Count>("Boost.Serialization"),
-          theirStoring<Cereal, Count>("cereal"), copying<Count>(true, aAimOfCopying)}, same});
-    add({"archive: load " + aWhat, kMany, ourLoading<Value>(),
-         {theirLoading<Boost, Count>("Boost.Serialization"),
-          theirLoading<Cereal, Count>("cereal"), copying<Count>(false, aAimOfCopying)}, same});
+    add({"archive: store " + aWhat,
+         kMany,
+         ourStoring<Value>(),
+         {theirStoring<Boost, Count>("Boost.Serialization"), theirStoring<Cereal, Count>("cereal"),
+          copying<Count>(true, aAimOfCopying)},
+         same});
+    add({"archive: load " + aWhat,
+         kMany,
+         ourLoading<Value>(),
+         {theirLoading<Boost, Count>("Boost.Serialization"), theirLoading<Cereal, Count>("cereal"),
+          copying<Count>(false, aAimOfCopying)},
+         same});
 }
 
 // References.
@@ -527,10 +529,14 @@ void addArchives()
 {
     addValues<ktmdl_Pnt3d, 3>("points", 0.25);
     addValues<ktmdl_Trsf3d, 16>("transformations", 0.5);
-    add({"archive: store references", kTopos, ourToposStored(),
+    add({"archive: store references",
+         kTopos,
+         ourToposStored(),
          {theirToposStored<Boost>("Boost.Serialization"), theirToposStored<Cereal>("cereal")},
          &toposAlike});
-    add({"archive: load references", kTopos, ourToposLoaded(),
+    add({"archive: load references",
+         kTopos,
+         ourToposLoaded(),
          {theirToposLoaded<Boost>("Boost.Serialization"), theirToposLoaded<Cereal>("cereal")},
          &toposAlike});
 }

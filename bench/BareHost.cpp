@@ -315,8 +315,8 @@ HRESULT STDMETHODCALLTYPE Recorder::Watched::Invoke(DISPID aId, REFIID aIid, LCI
     mRecorder.mCalls.emplace_back([inner, arguments, aId, aLcid, aFlags, withResult] {
         arguments.Call(inner.GetInterfacePtr(), aId, aLcid, aFlags, withResult);
     });
-    const HRESULT hr = inner->Invoke(aId, aIid, aLcid, aFlags, aParams, aResult, aException,
-                                     aArgumentError);
+    const HRESULT hr =
+        inner->Invoke(aId, aIid, aLcid, aFlags, aParams, aResult, aException, aArgumentError);
     const auto watch = [this](IDispatch*& object) {
         if (object != nullptr) {
             IDispatch* const old = object;

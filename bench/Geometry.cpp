@@ -1,7 +1,6 @@
 // Transformations of many points and boxes, and of one another.
 
 #include "Rows.h"
-
 #include "ktmdl/ktmdl_Axis3d.h"
 #include "ktmdl/ktmdl_BBox3d.h"
 #include "ktmdl/ktmdl_Pnt3d.h"
@@ -206,8 +205,7 @@ void addBoxes()
             ours.Transform(motion.ours);
             const EigenBox eigen =
                 EigenBoxAt(box.mMin.mX, box.mMin.mY, box.mMin.mZ).transformed(motion.eigen);
-            const GlmBox glms =
-                moved(GlmBox(box.mMin.mX, box.mMin.mY, box.mMin.mZ), motion.glm);
+            const GlmBox glms = moved(GlmBox(box.mMin.mX, box.mMin.mY, box.mMin.mZ), motion.glm);
             worst = std::max({worst, std::abs(ours.mMin.mX - eigen.min().x()),
                               std::abs(ours.mMax.mZ - eigen.max().z()),
                               std::abs(ours.mMin.mY - glms.low.y),
@@ -270,32 +268,35 @@ double worstEntry(const ktmdl_Trsf3d& aOurs, const Matrix4d& aEigen, const glm::
 void addMatrices()
 {
     Row compose{"compose transformations", kMany, {}, {}, {}};
-    compose.ours = matrixSide("ours", &Matrices::ours, [](auto& all, std::size_t i) {
-        all[i] = all[i + 1] * all[0]; // the one on the left first
-    }, 0.0);
-    compose.peers.push_back(matrixSide("Eigen", &Matrices::eigen, [](auto& all, std::size_t i) {
-        all[i].noalias() = all[0] * all[i + 1];
-    }, 1.0));
-    compose.peers.push_back(matrixSide("GLM", &Matrices::glm, [](auto& all, std::size_t i) {
-        all[i] = all[0] * all[i + 1];
-    }, 1.0));
+    compose.ours = matrixSide(
+        "ours", &Matrices::ours,
+        [](auto& all, std::size_t i) {
+            all[i] = all[i + 1] * all[0]; // the one on the left first
+        },
+        0.0);
+    compose.peers.push_back(matrixSide(
+        "Eigen", &Matrices::eigen,
+        [](auto& all, std::size_t i) { all[i].noalias() = all[0] * all[i + 1]; }, 1.0));
+    compose.peers.push_back(matrixSide(
+        "GLM", &Matrices::glm, [](auto& all, std::size_t i) { all[i] = all[0] * all[i + 1]; },
+        1.0));
     compose.check = [] {
         const Matrices all;
         const ktmdl_Trsf3d ours = all.ours[1] * all.ours[2];
-        return difference("a product", worstEntry(ours, all.eigen[2] * all.eigen[1],
-                                                  all.glm[2] * all.glm[1]));
+        return difference("a product",
+                          worstEntry(ours, all.eigen[2] * all.eigen[1], all.glm[2] * all.glm[1]));
     };
     add(compose);
 
     Row invert{"invert transformations", kMany, {}, {}, {}};
-    invert.ours = matrixSide("ours", &Matrices::ours,
-                             [](auto& all, std::size_t i) { all[i].Reverse(); }, 0.0);
-    invert.peers.push_back(matrixSide("Eigen", &Matrices::eigen, [](auto& all, std::size_t i) {
-        all[i] = all[i].inverse().eval();
-    }, 1.0));
-    invert.peers.push_back(matrixSide("GLM", &Matrices::glm, [](auto& all, std::size_t i) {
-        all[i] = glm::inverse(all[i]);
-    }, 1.0));
+    invert.ours = matrixSide(
+        "ours", &Matrices::ours, [](auto& all, std::size_t i) { all[i].Reverse(); }, 0.0);
+    invert.peers.push_back(matrixSide(
+        "Eigen", &Matrices::eigen,
+        [](auto& all, std::size_t i) { all[i] = all[i].inverse().eval(); }, 1.0));
+    invert.peers.push_back(matrixSide(
+        "GLM", &Matrices::glm, [](auto& all, std::size_t i) { all[i] = glm::inverse(all[i]); },
+        1.0));
     invert.check = [] {
         Matrices all;
         all.ours[1].Reverse();

@@ -1,7 +1,6 @@
 // Handles beside std::shared_ptr.
 
 #include "Rows.h"
-
 #include "ktmdl/ktmdl_Topo.h"
 #include "ktmdl/ktmdl_TopoHSeq.h"
 
@@ -21,11 +20,14 @@ struct Root
     virtual ~Root() = default;
 };
 struct Middle : Root
-{};
+{
+};
 struct Sequence : Middle
-{};
+{
+};
 struct Reference : Middle
-{};
+{
+};
 
 //! Every second object is a sequence, the others are references.
 struct Handles
@@ -88,7 +90,8 @@ void copy(Objects<Kind>& aObjects)
 template <class Kind>
 void assign(Objects<Kind>& aObjects)
 {
-    // Forth from one list, back from the next place of the other: each assignment changes the object.
+    // Forth from one list, back from the next place of the other: each assignment changes the
+    // object.
     for (std::size_t i = 0; i < kMany; ++i) {
         aObjects.copies[i] = aObjects.all[i];
     }
@@ -124,8 +127,11 @@ Side side(const char* aName, Work aWork, double aAim)
 template <class Work>
 void addRow(const char* aName, Work aWork)
 {
-    add({aName, static_cast<long>(kMany), side<Handles>("ours", aWork, 0.0),
-         {side<SharedPointers>("std::shared_ptr", aWork, 3.0)}, [] {
+    add({aName,
+         static_cast<long>(kMany),
+         side<Handles>("ours", aWork, 0.0),
+         {side<SharedPointers>("std::shared_ptr", aWork, 3.0)},
+         [] {
              const Objects<Handles> ours;
              const Objects<SharedPointers> theirs;
              return cast(ours) == cast(theirs) ? "" : "number of casts";

@@ -1,7 +1,6 @@
 // Hash of keys beside the plain loop that defines it.
 
 #include "Rows.h"
-
 #include "ktmdl/ktmdl_Topo.h"
 
 #include <cstdint>
@@ -63,8 +62,11 @@ Side side(const char* aName, long aSize, Hash aHash, double aAim)
 void addHash()
 {
     for (const long size : {16L, 64L, 256L}) {
-        add({"key hash, bytes of 1000 keys", size, side("ours", size, &ktmdl_Topo::HashKey, 0.0),
-             {side("plain loop", size, &plainHash, 4.0)}, [size] {
+        add({"key hash, bytes of 1000 keys",
+             size,
+             side("ours", size, &ktmdl_Topo::HashKey, 0.0),
+             {side("plain loop", size, &plainHash, 4.0)},
+             [size] {
                  const auto all = keys(size);
                  return hashAll(*all, size, &ktmdl_Topo::HashKey) == hashAll(*all, size, &plainHash)
                             ? ""

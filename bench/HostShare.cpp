@@ -2,7 +2,6 @@
 
 #include "BareHost.h"
 #include "Rows.h"
-
 #include "demo/Automation.h"
 #include "ktmdl/ktmdl_BldLoops.h"
 #include "ktmdl/ktmdl_Topo.h"

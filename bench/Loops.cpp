@@ -2,7 +2,6 @@
 
 #include "BareHost.h"
 #include "Rows.h"
-
 #include "ktmdl/ktmdl_BldLoops.h"
 #include "ktmdl/ktmdl_Topo.h"
 #include "ktmdl/ktmdl_TopoHSeq.h"
@@ -38,7 +37,7 @@ std::vector<Segment> segments(long aCount)
     for (long polygon = 0; polygon * kCorners < aCount; ++polygon) {
         const double x = 3.0 * static_cast<double>(polygon % 300);
         const double y = 3.0 * static_cast<double>(polygon / 300);
-        const auto corner = [&](long aIdx, double (&aPoint)[3]) {
+        const auto corner = [&](long aIdx, double(&aPoint)[3]) {
             const double angle =
                 2.0 * 3.14159265358979 * static_cast<double>(aIdx % kCorners) / kCorners;
             aPoint[0] = x + std::cos(angle);

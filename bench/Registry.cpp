@@ -1,7 +1,6 @@
 // The set of references and the registry beside hash tables of the same keys.
 
 #include "Rows.h"
-
 #include "ktmdl/ktmdl_Topo.h"
 #include "ktmdl/ktmdl_TopoMap.h"
 #include "ktstd/ktstd_ComTools.h"
@@ -88,8 +87,7 @@ struct Ours
     void remove(const Hnd_ktmdl_Topo& aTopo) { table.Remove(aTopo); }
     [[nodiscard]] const ktmdl_Topo* find(const Key& aKey) const
     {
-        const Hnd_ktmdl_Topo topo =
-            table.FindByKey(static_cast<long>(aKey.size()), aKey.data());
+        const Hnd_ktmdl_Topo topo = table.FindByKey(static_cast<long>(aKey.size()), aKey.data());
         return topo.IsNull() != 0 ? nullptr : &*topo;
     }
 
@@ -217,8 +215,8 @@ Side ourClearUnused(Keys aKind, long aSize)
 {
     return {"ours", [aKind, aSize] {
                 const auto data = std::make_shared<HalfUsed>(aKind, aSize);
-                return Steps{[data] { data->fill(); },
-                             [] { ktmdl_Topo::ClearUnusedToposOnly(); }, nullptr};
+                return Steps{[data] { data->fill(); }, [] { ktmdl_Topo::ClearUnusedToposOnly(); },
+                             nullptr};
             }};
 }
 
@@ -298,22 +296,34 @@ void addRegistry()
                 const Data data(kind, std::min(size, 10000L));
                 return foundAlike<Standard>(data) + foundAlike<Abseil>(data);
             };
-            add({"registry: find by key" + suffix, size, findSide<Ours>("ours", kind, size, 0.0),
+            add({"registry: find by key" + suffix,
+                 size,
+                 findSide<Ours>("ours", kind, size, 0.0),
                  {findSide<Standard>("std::unordered_map", kind, size, 1.0),
-                  findSide<Abseil>("absl::flat_hash_map", kind, size, 0.5)}, same});
-            Row grow{"registry: add" + suffix, size, addSide<Ours>("ours", kind, size, 0.0),
+                  findSide<Abseil>("absl::flat_hash_map", kind, size, 0.5)},
+                 same});
+            Row grow{"registry: add" + suffix,
+                     size,
+                     addSide<Ours>("ours", kind, size, 0.0),
                      {addSide<Standard>("std::unordered_map", kind, size, 1.0),
-                      addSide<Abseil>("absl::flat_hash_map", kind, size, 0.5)}, same};
+                      addSide<Abseil>("absl::flat_hash_map", kind, size, 0.5)},
+                     same};
             grow.ours.bytes = ourBytes;
             grow.peers[0].bytes = standardBytes;
             grow.peers[1].bytes = abseilBytes;
             add(grow);
-            add({"registry: remove" + suffix, size, removeSide<Ours>("ours", kind, size, 0.0),
+            add({"registry: remove" + suffix,
+                 size,
+                 removeSide<Ours>("ours", kind, size, 0.0),
                  {removeSide<Standard>("std::unordered_map", kind, size, 1.0),
-                  removeSide<Abseil>("absl::flat_hash_map", kind, size, 0.5)}, same});
-            add({"registry: clear unused" + suffix, size, ourClearUnused(kind, size),
+                  removeSide<Abseil>("absl::flat_hash_map", kind, size, 0.5)},
+                 same});
+            add({"registry: clear unused" + suffix,
+                 size,
+                 ourClearUnused(kind, size),
                  {theirClearUnused<Standard>("std::unordered_map", kind, size, 1.0),
-                  theirClearUnused<Abseil>("absl::flat_hash_map", kind, size, 0.5)}, same});
+                  theirClearUnused<Abseil>("absl::flat_hash_map", kind, size, 0.5)},
+                 same});
         }
     }
 }

@@ -57,8 +57,8 @@ public:
     {
         for (const Run& run : aRuns) {
             if (run.run_type == Run::RT_Iteration && run.iterations > 0) {
-                mSeconds[run.run_name.function_name].push_back(
-                    run.real_accumulated_time / static_cast<double>(run.iterations));
+                mSeconds[run.run_name.function_name].push_back(run.real_accumulated_time /
+                                                               static_cast<double>(run.iterations));
             }
         }
     }
@@ -112,8 +112,8 @@ class Table
 public:
     Table()
     {
-        std::printf("%-34s %9s %12s  %-22s %12s %8s %6s\n", "row", "size", "ours", "peer", "its time",
-                    "ratio", "aim");
+        std::printf("%-34s %9s %12s  %-22s %12s %8s %6s\n", "row", "size", "ours", "peer",
+                    "its time", "ratio", "aim");
     }
 
     void Add(const Row& aRow, const Times& aTimes)
@@ -123,9 +123,8 @@ public:
         for (const Side& peer : aRow.peers) {
             const double theirs = aTimes.Median(peer.name);
             const double ratio = theirs / ours;
-            nlohmann::json line = {{"name", aRow.name}, {"size", aRow.size},
-                                   {"ours", ours},      {"peer", peer.name},
-                                   {"peer_time", theirs}, {"ratio", ratio}};
+            nlohmann::json line = {{"name", aRow.name}, {"size", aRow.size},   {"ours", ours},
+                                   {"peer", peer.name}, {"peer_time", theirs}, {"ratio", ratio}};
             if (peer.aim > 0.0) {
                 line["aim"] = peer.aim;
                 line["met"] = ratio >= peer.aim;

@@ -1,7 +1,6 @@
 // Sequences of points beside std::list and std::vector of the same points.
 
 #include "Rows.h"
-
 #include "ktmdl/ktmdl_Pnt3d.h"
 #include "ktmdl/ktmdl_Pnt3dSeq.h"
 
@@ -24,13 +23,31 @@ ktmdl_Pnt3d pointAt(long aIdx)
 
 // The operations, once for each kind of container.
 
-void append(ktmdl_Pnt3dSeq& aPoints, long aIdx) { aPoints.Append(pointAt(aIdx)); }
-void append(List& aPoints, long aIdx) { aPoints.push_back(pointAt(aIdx)); }
-void append(Vector& aPoints, long aIdx) { aPoints.push_back(pointAt(aIdx)); }
+void append(ktmdl_Pnt3dSeq& aPoints, long aIdx)
+{
+    aPoints.Append(pointAt(aIdx));
+}
+void append(List& aPoints, long aIdx)
+{
+    aPoints.push_back(pointAt(aIdx));
+}
+void append(Vector& aPoints, long aIdx)
+{
+    aPoints.push_back(pointAt(aIdx));
+}
 
-void clear(ktmdl_Pnt3dSeq& aPoints) { aPoints.Clear(); }
-void clear(List& aPoints) { aPoints.clear(); }
-void clear(Vector& aPoints) { Vector().swap(aPoints); }
+void clear(ktmdl_Pnt3dSeq& aPoints)
+{
+    aPoints.Clear();
+}
+void clear(List& aPoints)
+{
+    aPoints.clear();
+}
+void clear(Vector& aPoints)
+{
+    Vector().swap(aPoints);
+}
 
 double walk(const ktmdl_Pnt3dSeq& aPoints)
 {
@@ -214,21 +231,31 @@ void addSequences()
         const auto same = [size] {
             return walk(*filled<ktmdl_Pnt3dSeq>(size)) == walk(*filled<List>(size)) ? "" : "sums";
         };
-        Row grow{"sequence: append", size, appendSide<ktmdl_Pnt3dSeq>("ours", size, 0.0),
+        Row grow{"sequence: append",
+                 size,
+                 appendSide<ktmdl_Pnt3dSeq>("ours", size, 0.0),
                  {appendSide<List>("std::list", size, 2.0),
-                  appendSide<Vector>("std::vector", size, 0.0)}, same};
+                  appendSide<Vector>("std::vector", size, 0.0)},
+                 same};
         grow.ours.bytes = ourBytes;
         grow.peers[0].bytes = listBytes;
         grow.peers[1].bytes = vectorBytes;
         add(grow);
-        add({"sequence: clear", size, clearSide<ktmdl_Pnt3dSeq>("ours", size, 0.0),
-             {clearSide<List>("std::list", size, 2.0),
-              clearSide<Vector>("std::vector", size, 0.0)}, same});
-        add({"sequence: walk by index", size, walkSide<ktmdl_Pnt3dSeq>("ours", size, 0.0),
-             {walkSide<List>("std::list", size, 1.0),
-              walkSide<Vector>("std::vector", size, 0.0)}, same});
-        add({"sequence: insert and remove", size, editSide<ktmdl_Pnt3dSeq>("ours", size, 0.0),
-             {editSide<List>("std::list", size, 1.0)}, [size] { return editedAlike(size); }});
+        add({"sequence: clear",
+             size,
+             clearSide<ktmdl_Pnt3dSeq>("ours", size, 0.0),
+             {clearSide<List>("std::list", size, 2.0), clearSide<Vector>("std::vector", size, 0.0)},
+             same});
+        add({"sequence: walk by index",
+             size,
+             walkSide<ktmdl_Pnt3dSeq>("ours", size, 0.0),
+             {walkSide<List>("std::list", size, 1.0), walkSide<Vector>("std::vector", size, 0.0)},
+             same});
+        add({"sequence: insert and remove",
+             size,
+             editSide<ktmdl_Pnt3dSeq>("ours", size, 0.0),
+             {editSide<List>("std::list", size, 1.0)},
+             [size] { return editedAlike(size); }});
     }
 }
 
