@@ -5,7 +5,7 @@ TEST_PACKAGES := libgtest-dev googletest
 WINDOWS_PACKAGES := g++-mingw-w64-x86-64-posix wine64 wine
 SANITIZE_PACKAGES := clang libclang-rt-14-dev llvm-14
 
-.PHONY: help demo test windows-test sanitize clang-test coverage fuzz-smoke format tidy clean
+.PHONY: help demo test windows-test sanitize clang-test coverage mutation fuzz-smoke format tidy clean
 
 help:
 	@echo "make demo           build the demo and play one life of a part's references"
@@ -14,6 +14,7 @@ help:
 	@echo "make sanitize       run every test under address, leak and undefined-behaviour sanitizers"
 	@echo "make clang-test     build with clang++ and run every test"
 	@echo "make coverage       tell which lines of ktstd and ktmdl the tests reach"
+	@echo "make mutation       tell which small changes in ktstd and ktmdl no test notices"
 	@echo "make fuzz-smoke     replay what fuzzing found, and fuzz each target for 20 s"
 	@echo "make format         check the layout of the sources"
 	@echo "make tidy           run clang-tidy over changed sources"
@@ -59,6 +60,10 @@ coverage:
 	    --print-summary --html-details build/coverage/index.html --json-summary build/coverage/summary.json \
 	    --txt build/coverage/coverage.txt build/coverage
 	@cat build/coverage/coverage.txt
+
+mutation:
+	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES) python3
+	tests/mutation/mutate.py --jobs 2
 
 fuzz-smoke:
 	@scripts/need.sh $(BUILD_PACKAGES) $(SANITIZE_PACKAGES)

@@ -249,6 +249,7 @@ TEST(ktmdl_Diag, NullPointerLineIgnoresTheStreamsFormatting)
     EXPECT_EQ(codeOf([] { ktmdl_detail::ComCheckPointer(nullptr, "pRef", "/a.cpp", 254); }),
               E_POINTER);
     EXPECT_EQ(log.Text(), "COM ERROR: pointer pRef is NULL (File: /a.cpp, Line: 254)\n");
+    EXPECT_EQ(ktstd_Debug::LogPrint().width(), 0) << "a width is good for one output";
 }
 
 TEST(ktmdl_Diag, NullPointerLineLeavesTheFormattingAsItWas)
