@@ -27,15 +27,17 @@ BUILD = WORK / "obj"
 TEMP = WORK / "tmp"
 RESULTS = WORK / "results.json"
 EQUIVALENT = Path(__file__).resolve().parent / "equivalent.txt"
-COPIED = ["CMakeLists.txt", "cmake", "com", "ktstd", "ktmdl", "standin", "tools", "tests", "samples"]
+COPIED = ["CMakeLists.txt", "cmake", "com", "ktstd", "ktmdl", "standin", "tools", "tests",
+          "samples"]
 LIBRARIES = ["ktstd", "ktmdl"]
 # Each later program is asked only about mutants that the earlier ones let live.
 PROGRAMS = ["ktstd_tests", "ktmdl_tests", "sweep_tests", "life_tests"]
 LAST_PROGRAM = "memory_tests"  # compiles the libraries into itself
 LAYERS = "ktstd;ktmdl;sweep;life;memory"
-KINDS = ["constant", "comparison", "arithmetic", "logical", "condition", "return", "statement", "swap"]
+KINDS = ["constant", "comparison", "arithmetic", "logical", "condition", "return", "statement",
+         "swap"]
 MEMORY_LIMIT = 4 << 30
-SLOW = 0.5  # seconds of a test suite that is asked late
+SLOW = 2.0  # seconds of a test suite that is asked late
 OWN_PROGRAM = "own_tests"  # the tests of one class alone
 
 # ---------------------------------------------------------------- finding places
@@ -80,7 +82,6 @@ class Source:
         self.functions = []  # (index of its opening brace, tokens of its head)
         self.partner = {}
         self.mark()
-        self.lines = sum(1 for line in self.mask.splitlines() if line.strip())
 
     def mark(self):
         stack, head, opened = [], 0, []
@@ -144,7 +145,25 @@ class Source:
 Mutant = collections.namedtuple("Mutant", "id file line kind start end new old_text new_text")
 
 
+# What an operator becomes; of two possibilities the second one has a "b" in its name.
+OTHER_OPERATORS = {
+    "comparison": {"<": "<= >=", "<=": "< >", ">": ">= <=", ">=": "> <", "==": "!=", "!=": "=="},
+    "arithmetic": {"+": "-", "-": "+", "*": "/", "/": "*", "%": "*", "+=": "-=", "-=": "+=",
+                   "*=": "/=", "/=": "*=", "&": "|", "|": "&", "^": "&", "|=": "&=", "&=": "|=",
+                   "^=": "|="},
+    "logical": {"&&": "||", "||": "&&"}}
+BEFORE_A_SIGN = ("(", ",", "=", "return", "?", ":", "[", "{", "<", "+", "-", "*", "/", "==", "!=",
+                 "<=", ">=", "&&")
+NO_CALLS = ("if", "for", "while", "switch", "catch", "sizeof")
+NOT_DROPPED = ("if", "for", "while", "do", "switch", "case", "default", "const", "constexpr",
+               "static", "auto", "using", "else", "try", "static_assert", "struct", "template")
+ARRAY_DECLARATION = re.compile(r"\s*(?:static |const |constexpr )*[\w:]+(?:<[^;]*>)?[*&]? "
+                               r"\w+(?:\[\w+\])+(?:;| = \{)")
+
+
 class Finder:
+    """Finds the places of a file that can be changed."""
+
     def __init__(self, source):
         self.source = source
         self.found = []
@@ -188,42 +207,29 @@ class Finder:
         tokens = self.source.tokens
         line_from = self.source.mask.rfind("\n", 0, token.start) + 1
         line = self.source.mask[line_from:self.source.mask.find("\n", token.start)]
-        if tokens[i - 1].text == "[" and re.match(
-                r"\s*(?:static |const |constexpr )*[\w:]+(?:<[^;]*>)?[*&]? \w+(?:\[\w+\])+(?:;| = \{)", line):
+        if tokens[i - 1].text == "[" and ARRAY_DECLARATION.match(line):
             return  # the size of an array, not a value
         digits = re.match(r"(0[xX][0-9a-fA-F']+|[\d'.]+)(.*)", token.text)
         mantissa, rest = digits.group(1).replace("'", ""), digits.group(2)
-        if "." in mantissa:
-            value = float(mantissa)
-            up, down = str(value + 1), str(value - 1)
-        else:
-            value = int(mantissa, 0) if mantissa.lower().startswith("0x") else int(mantissa)
-            up, down = str(value + 1), str(value - 1)
-        self.add("constant", "+1", token.start, token.end, up + rest)
+        value = (float(mantissa) if "." in mantissa else
+                 int(mantissa, 16 if mantissa.lower().startswith("0x") else 10))
+        self.add("constant", "+1", token.start, token.end, str(value + 1) + rest)
         if value > 0:
-            self.add("constant", "-1", token.start, token.end, down + rest)
+            self.add("constant", "-1", token.start, token.end, str(value - 1) + rest)
 
     def operator(self, i, token):
         text, previous = token.text, self.source.tokens[i - 1]
         if token.kind != "sign":
             return
-        if self.spaced(token):
-            for kind, table in (
-                    ("comparison", {"<": ["<=", ">="], "<=": ["<", ">"], ">": [">=", "<="],
-                                    ">=": [">", "<"], "==": ["!="], "!=": ["=="]}),
-                    ("arithmetic", {"+": ["-"], "-": ["+"], "*": ["/"], "/": ["*"], "%": ["*"],
-                                    "+=": ["-="], "-=": ["+="], "*=": ["/="], "/=": ["*="],
-                                    "&": ["|"], "|": ["&"], "^": ["&"], "|=": ["&="], "&=": ["|="],
-                                    "^=": ["|="]}),
-                    ("logical", {"&&": ["||"], "||": ["&&"]})):
-                following = (self.source.tokens[i:i + 2])[-1]
-                is_text = text == "+" and "Q" in (previous.text[:1], following.text[:1])
-                for number, new in enumerate([] if is_text else table.get(text, [])):
+        following = self.source.tokens[i:i + 2][-1]
+        joins_texts = text == "+" and "Q" in (previous.text[:1], following.text[:1])
+        if self.spaced(token) and not joins_texts:
+            for kind, table in OTHER_OPERATORS.items():
+                for number, new in enumerate(table.get(text, "").split()):
                     self.add(kind, "b" * number, token.start, token.end, new)
         if text in ("++", "--"):
             self.add("arithmetic", "", token.start, token.end, "--" if text == "++" else "++")
-        if text == "-" and (previous.text in ("(", ",", "=", "return", "?", ":", "[", "{", "<")
-                            or previous.text in ("+", "-", "*", "/", "==", "!=", "<=", ">=", "&&")):
+        if text == "-" and previous.text in BEFORE_A_SIGN:
             self.add("arithmetic", "", token.start, token.end, "+")
         if text == "!":
             self.add("condition", "", token.start, token.end, "")
@@ -240,7 +246,7 @@ class Finder:
 
     def swap(self, i, token):
         tokens, partner = self.source.tokens, self.source.partner
-        if token.kind != "word" or token.text in ("if", "for", "while", "switch", "catch", "sizeof"):
+        if token.kind != "word" or token.text in NO_CALLS:
             return
         if i + 1 >= len(tokens) or tokens[i + 1].text not in "({" or i + 1 not in partner:
             return
@@ -267,16 +273,13 @@ class Finder:
         token = tokens[i]
         if tokens[i - 1].text not in ("{", "}", ";") or token.text in ("{", "}", ";"):
             return
-        opener = max((a for a, b in source.partner.items()
-                      if a < i < b), default=None)
+        opener = max((a for a, b in source.partner.items() if a < i < b), default=None)
         if opener is None or tokens[opener].text != "{":
             return
         at = i
         while at < source.partner[opener] and tokens[at].text != ";":
             at = source.partner[at] + 1 if tokens[at].text in "([{" else at + 1
-        if at >= source.partner[opener] or token.text in (
-                "if", "for", "while", "do", "switch", "case", "default", "const", "constexpr",
-                "static", "auto", "using", "else", "try", "static_assert", "struct", "template"):
+        if at >= source.partner[opener] or token.text in NOT_DROPPED:
             return
         if token.text == "return" and source.depth[i] < 2:
             return
@@ -299,8 +302,8 @@ class Finder:
             joined = "".join(words[:name + 1])
             constructor = re.search(r"(\w+)::~?\1$", joined) or "~" in words or (
                 self.source.depth[index] == 0 and not before)
-            new = " return;" if "void" in before and words[name - 1] != "*" or constructor else " return {};"
-            self.add("return", "+", brace.end, brace.end, new)
+            nothing = "void" in before and words[name - 1] != "*" or constructor
+            self.add("return", "+", brace.end, brace.end, " return;" if nothing else " return {};")
 
 
 def mutants_of(path):
@@ -328,9 +331,9 @@ def source_files():
 
 
 def shares(files, count, header_count):
-    """Gives each file a share by its size: three at least for a source file, one for a header."""
+    """Gives each file a share by its size; source files, which are cheap, come first."""
     result = {}
-    for suffix, total, least in ((".cpp", count, 3), (".h", header_count, 1)):  # cheap ones first
+    for suffix, total, least in ((".cpp", count, 3), (".h", header_count, 1)):
         lines = {name: n for name, n in files.items() if name.endswith(suffix)}
         whole = sum(lines.values()) or 1
         for name, n in lines.items():
@@ -425,8 +428,8 @@ class Runner:
     def __init__(self, args):
         self.args = args
         self.normal = {}  # seconds by program and test suite
-        self.link = {}
-        self.clean = {}
+        self.link = {}  # the words of the command that links a program
+        self.clean = {}  # what unchanged libraries with programs are, by programs
 
     def library_files(self):
         return [BUILD / "bin" / f"lib{name}.so" for name in LIBRARIES]
@@ -450,12 +453,11 @@ class Runner:
         """Runs test suites; gives None when all is well, else who noticed the mutant."""
         usual = sum(self.normal[program][name] for name in suites)
         code, output = self.start(run_as or program, suites, usual * 10 + 5)
-        if code == 0:
+        if code == 0 or "no test was selected" in output:
             return None
         if code in (126, 127):
             sys.exit(f"{program} can't be run: {output}")
-        failed = re.findall(r"^\[  FAILED  \] (\S+?),? ", output, re.M) or re.findall(
-            r"^\[  FAILED  \] (\S+)$", output, re.M)
+        failed = re.findall(r"^\[  FAILED  \] ([^\s,]+\.[^\s,]+)", output, re.M)
         started = re.findall(r"^\[ RUN      \] (\S+)", output, re.M)
         who = failed[0] if failed else started[-1] if started else "start"
         how = "timed out" if code is None else "failed" if failed else f"ended with {code}"
@@ -507,7 +509,7 @@ class Runner:
         built, output = build(self.args.jobs, *LIBRARIES, *PROGRAMS)
         if not built:
             return {"outcome": "not compiled", "why": first_error(output)}
-        if self.digest(PROGRAMS) == self.clean[True]:
+        if self.digest(PROGRAMS) == self.clean[tuple(PROGRAMS)]:
             return {"outcome": "same code"}
         own = own_program(mutant)
         group = self.group(own, mutant.file)
@@ -535,11 +537,11 @@ class Runner:
             ended = self.execute(own, group, OWN_PROGRAM)
             if ended:
                 return {"outcome": "killed", **ended}
-        for programs in ([own], PROGRAMS):
+        for programs in ([own],) if self.args.quick else ([own], PROGRAMS):
             built, output = build(self.args.jobs, *programs)
             if not built:
                 return {"outcome": "not compiled", "why": first_error(output)}
-            if self.digest(programs) == self.clean[len(programs) > 1 or own]:
+            if self.digest(programs) == self.clean[tuple(programs)]:
                 return {"outcome": "same code"}
             ended = self.ask([(program, suites) for program in programs
                               if len(programs) == 1 or program != own
@@ -554,7 +556,7 @@ class Runner:
         link = self.link[program]
         objects = [word for word in link if word.endswith(".o")]
         wanted = [name for name in objects if "/support/" in name or "_detail" in name or
-                  Path(name).name.startswith(stem + "_test") or Path(name).name.startswith(stem + "_")]
+                  Path(name).name.startswith(stem + "_")]
         if not any("_test.cpp" in name for name in wanted):
             return False
         if not build(self.args.jobs, *wanted)[0]:
@@ -576,9 +578,9 @@ class Runner:
     def remember_clean(self):
         """Keeps what the unchanged tree builds to, so that changes without effect are seen."""
         build(self.args.jobs, *LIBRARIES, *PROGRAMS)
-        self.clean = {True: self.digest(PROGRAMS)}
+        self.clean = {tuple(PROGRAMS): self.digest(PROGRAMS)}
         for program in PROGRAMS[:2]:
-            self.clean[program] = self.digest([program])
+            self.clean[(program,)] = self.digest([program])
             _, output = run(["ninja", "-C", str(BUILD), "-t", "commands", program])
             line = output.strip().splitlines()[-1]
             self.link[program] = shlex.split(line.replace(": && ", "").replace(" && :", ""))
@@ -656,12 +658,12 @@ def report(results):
         for result in made:
             groups[key(result)].append(result)
         rows = [(name, cells_of(group, reasons)) for name, group in sorted(groups.items())]
-        print(table(title, rows + ([("**all**", cells_of(made, reasons))] if title != "kind" else [])))
-        print()
+        print(table(title, rows + [("**all**", cells_of(made, reasons))]) + "\n")
     programs = collections.Counter(r["program"] for r in made if r["outcome"] == "killed")
     print("killed by: " + ", ".join(f"{name} {n}" for name, n in programs.most_common()))
     others = collections.Counter(r["outcome"] for r in results.values())
-    print(f"not counted: {others['not compiled']} did not compile, {others['same code']} compile to the same code")
+    print(f"not counted: {others['not compiled']} did not compile, "
+          f"{others['same code']} compile to the same code")
     total, killed, _, same, left = cells_of(made, reasons)
     if total:
         print(f"{total} mutants, {killed} killed ({100 * killed / total:.1f} %), {same} make no "
@@ -672,7 +674,7 @@ def report(results):
             print(f"\n{result['id']}\n- {result['before']}\n+ {result['after']}\n"
                   f"{reason_of(result, reasons) or 'SURVIVED'}")
         elif reason_of(result, reasons):
-            print(f"\nlisted as making no difference, but killed by {result['test']}: {result['id']}")
+            print(f"\nlisted as making no difference, but killed: {result['id']}")
             left += 1
     return left
 
@@ -687,7 +689,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--seed", default="1")
     parser.add_argument("--count", type=int, default=310, help="mutants of .cpp files")
-    parser.add_argument("--headers", type=int, default=15, help="mutants of headers, which cost more")
+    parser.add_argument("--headers", type=int, default=15, help="mutants of headers, which cost")
     parser.add_argument("--jobs", type=int, default=1, help="jobs of a build")
     parser.add_argument("--files", default="", help="only files whose name contains this")
     parser.add_argument("--memory", action="store_true", help="ask memory_tests too, at last")
@@ -695,7 +697,7 @@ def main():
                         help="ask only the quick tests; --survivors asks the others later")
     parser.add_argument("--only", metavar="ID", action="append", help="judge this mutant again")
     parser.add_argument("--survivors", action="store_true", help="judge the survivors again")
-    parser.add_argument("--report", action="store_true", help="show the results so far, run nothing")
+    parser.add_argument("--report", action="store_true", help="show the results, run nothing")
     parser.add_argument("--list", action="store_true", help="list all places, run nothing")
     args = parser.parse_args()
 
