@@ -5,16 +5,18 @@ TEST_PACKAGES := libgtest-dev googletest
 WINDOWS_PACKAGES := g++-mingw-w64-x86-64-posix wine64 wine
 SANITIZE_PACKAGES := clang libclang-rt-14-dev llvm-14
 
-.PHONY: help demo test windows-test sanitize clang-test coverage mutation fuzz-smoke format tidy clean
+.PHONY: help demo test soak windows-test sanitize clang-test coverage mutation sweep fuzz-smoke format tidy clean
 
 help:
 	@echo "make demo           build the demo and play one life of a part's references"
 	@echo "make test           build natively and run every test"
+	@echo "make soak           play random lives for 60 s, or SOAK_SECONDS=N, from SOAK_SEED=S"
 	@echo "make windows-test   build for Windows and run every test under Wine"
 	@echo "make sanitize       run every test under address, leak and undefined-behaviour sanitizers"
 	@echo "make clang-test     build with clang++ and run every test"
 	@echo "make coverage       tell which lines of ktstd and ktmdl the tests reach"
 	@echo "make mutation       tell which small changes in ktstd and ktmdl no test notices"
+	@echo "make sweep          put every fault at every point, and write docs/sweeps.md"
 	@echo "make fuzz-smoke     replay what fuzzing found, and fuzz each target for 20 s"
 	@echo "make format         check the layout of the sources"
 	@echo "make tidy           run clang-tidy over changed sources"
@@ -31,6 +33,15 @@ test:
 	cmake --preset dev
 	cmake --build --preset dev
 	ctest --preset dev --no-tests=error
+
+SOAK_SECONDS ?= 60
+SOAK_SEED ?= 1
+soak:
+	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES)
+	cmake --preset dev
+	cmake --build --preset dev -- soak_tests
+	KTMDL_SOAK_SECONDS=$(SOAK_SECONDS) KTMDL_SOAK_SEED=$(SOAK_SEED) \
+	    build/dev/bin/soak_tests --gtest_filter=Lives.KeepToTheModel --gtest_brief=0
 
 clang-test:
 	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES) clang
@@ -65,11 +76,17 @@ mutation:
 	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES) python3
 	tests/mutation/mutate.py --jobs 2
 
+sweep:
+	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES)
+	cmake --preset dev
+	cmake --build --preset dev
+	scripts/sweep.sh build/dev docs/sweeps.md
+
 fuzz-smoke:
 	@scripts/need.sh $(BUILD_PACKAGES) $(SANITIZE_PACKAGES)
 	cmake --preset fuzz
 	cmake --build --preset fuzz
-	scripts/fuzz.sh 20
+	printf "%s\n" archive_load archive_roundtrip step_read log_dump | xargs -P 2 -n 1 scripts/fuzz.sh 20
 
 format:
 	@scripts/need.sh clang-format

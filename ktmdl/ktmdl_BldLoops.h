@@ -41,12 +41,14 @@ public:
 private:
     struct Chain;
     struct Tolerances;
+    class Supply;
 
     [[nodiscard]] long takeClosedEdges(double& aShortest);
     [[nodiscard]] Tolerances chooseTolerances(long aShortestIdx, double aShortest);
-    [[nodiscard]] bool buildChain(Chain& aChain, const Tolerances& aTolerances);
-    [[nodiscard]] bool extendChain(Chain& aChain, const Tolerances& aTolerances, bool& aClosed);
-    void takeEdge(Chain& aChain, long aIdx, const ktmdl_Pnt3d& aFarEnd);
+    [[nodiscard]] static bool buildChain(Supply& aSupply, Chain& aChain,
+                                         const Tolerances& aTolerances);
+    [[nodiscard]] static bool extendChain(Supply& aSupply, Chain& aChain,
+                                          const Tolerances& aTolerances, bool& aClosed);
 
     Hnd_ktmdl_TopoHSeq mEdges;
     Hnd_ktstd_TransientHSeq mLoops;

@@ -201,6 +201,9 @@ protected:
     ktmdl_Topo(long aSize, SAFEARRAY* aKey);
 
 private:
+    friend class ktmdl_StdMapNodeOfTopoMap; // counts the sets
+    friend class ktmdl_TopoMap;
+
     struct ChildGroup;
     struct ChangeLists;
 
@@ -217,6 +220,8 @@ private:
                                   const ChangeLists& aLists) const;
     void storeFields(ktstd_Archive& aArchive);
     void loadFields(ktstd_Archive& aArchive);
+
+    std::uint32_t mNbSets{0}; //!< number of sets that hold this reference
 };
 
 //! Writes a reference to the diagnostic log: one line with the name, which tells when the handle is

@@ -58,6 +58,23 @@ ktstd_MapNode* findIn(ktstd_MapNode* aChain, const Hnd_ktmdl_Topo& aTopo, ktstd_
 
 } // namespace
 
+ktmdl_StdMapNodeOfTopoMap::ktmdl_StdMapNodeOfTopoMap(const Hnd_ktmdl_Topo& aKey,
+                                                     ktstd_MapNode* const& aNext) noexcept
+    : ktstd_MapNode(aNext),
+      mKey(aKey)
+{
+    if (mKey.IsNull() == 0) {
+        ++mKey->mNbSets;
+    }
+}
+
+ktmdl_StdMapNodeOfTopoMap::~ktmdl_StdMapNodeOfTopoMap()
+{
+    if (mKey.IsNull() == 0) {
+        --mKey->mNbSets;
+    }
+}
+
 long ktmdl_MapTopoHasher::HashCode(const Hnd_ktmdl_Topo& aTopo, long aUpper)
 {
     return reduce(hashOf(aTopo), aUpper);
@@ -156,7 +173,8 @@ unsigned char ktmdl_TopoMap::Add(const Hnd_ktmdl_Topo& aTopo)
     }
     ktstd_MapNode** const chain = ChainOf(hashOf(aTopo));
     ktstd_MapNode* previous = nullptr;
-    if (chain == nullptr || findIn(*chain, aTopo, previous) != nullptr) {
+    // Only a reference that some set holds is looked for: what data make may all be in one chain.
+    if (chain == nullptr || (aTopo->mNbSets != 0 && findIn(*chain, aTopo, previous) != nullptr)) {
         return 0;
     }
     *chain = new ktmdl_StdMapNodeOfTopoMap(aTopo, *chain);

@@ -20,10 +20,12 @@ KTMDL_EXPORT Hnd_ktstd_Type& ktmdl_StdMapNodeOfTopoMap_Type_();
 class KTMDL_EXPORT ktmdl_StdMapNodeOfTopoMap : public ktstd_MapNode
 {
 public:
-    ktmdl_StdMapNodeOfTopoMap(const Hnd_ktmdl_Topo& aKey, ktstd_MapNode* const& aNext) noexcept
-        : ktstd_MapNode(aNext),
-          mKey(aKey)
-    {}
+    //! @param aKey   the reference; null in no set
+    //! @param aNext  the node after this one; may be null
+    ktmdl_StdMapNodeOfTopoMap(const Hnd_ktmdl_Topo& aKey, ktstd_MapNode* const& aNext) noexcept;
+    ktmdl_StdMapNodeOfTopoMap(const ktmdl_StdMapNodeOfTopoMap&) = delete;
+    ktmdl_StdMapNodeOfTopoMap& operator=(const ktmdl_StdMapNodeOfTopoMap&) = delete;
+    ~ktmdl_StdMapNodeOfTopoMap() override;
     KTSTD_DECLARE_TYPE(ktmdl_StdMapNodeOfTopoMap)
 
     [[nodiscard]] const Hnd_ktmdl_Topo& Key() const noexcept { return mKey; }

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <new>
@@ -151,6 +152,35 @@ TEST(ktmdl_TopoMap, EqualKeysOfTwoObjectsAreBothKept)
     EXPECT_EQ(map.Contains(topos[0]), 1);
     EXPECT_EQ(map.Contains(topos[1]), 1);
     EXPECT_EQ(map.Contains(topos[2]), 0);
+}
+
+TEST(ktmdl_TopoMap, AddTakesTheObjectThatAnotherMapHolds)
+{
+    const Hnd_ktmdl_Topo topo = makeTopo({1});
+    ktmdl_TopoMap first(1);
+    EXPECT_EQ(first.Add(topo), 1);
+    {
+        ktmdl_TopoMap second(1);
+        EXPECT_EQ(second.Add(topo), 1);
+        EXPECT_EQ(second.Add(topo), 0);
+    }
+    EXPECT_EQ(first.Add(topo), 0);
+    EXPECT_EQ(first.Remove(topo), 1);
+    EXPECT_EQ(first.Add(topo), 1);
+    EXPECT_EQ(first.Extent(), 1);
+}
+
+TEST(ktmdl_TopoMap, AddOfManyReferencesOfOneKeyTakesTimeForEachAlone)
+{
+    // Walking the common bucket at each would take 2e10 steps.
+    const auto start = std::chrono::steady_clock::now();
+    const Topos topos = sameKeys(200000);
+    ktmdl_TopoMap map(1);
+    for (const Hnd_ktmdl_Topo& topo : topos) {
+        ASSERT_EQ(map.Add(topo), 1);
+    }
+    map.Clear();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
 
 TEST(ktmdl_TopoMap, EmptyMapIsAskedWithoutHashing)
@@ -851,6 +881,13 @@ TEST(ktmdl_StdMapNodeOfTopoMap, HasItsType)
     EXPECT_EQ(node->IsKind(ktstd_TShared_Type_()), 1);
     EXPECT_EQ(node->IsKind(ktstd_Transient_Type_()), 1);
     EXPECT_EQ(node->IsKind(ktstd_SeqNode_Type_()), 0);
+}
+
+TEST(ktmdl_StdMapNodeOfTopoMap, HoldsANullKeyToo)
+{
+    ktstd_MapNode* const none = nullptr;
+    const Hnd_ktmdl_StdMapNodeOfTopoMap node(new ktmdl_StdMapNodeOfTopoMap(Hnd_ktmdl_Topo(), none));
+    EXPECT_EQ(node->Key().IsNull(), 1);
 }
 
 TEST(ktmdl_StdMapNodeOfTopoMap, IsCastDown)

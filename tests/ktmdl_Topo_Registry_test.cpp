@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <random>
 #include <vector>
 
 namespace {
@@ -74,6 +75,23 @@ TEST(ktmdl_Topo, HashWrapsAtThirtyTwoBits)
     ASSERT_GT(sum, 0xFFFFFFFFull);
     const Bytes bytes = repeated(20, 0xFF);
     EXPECT_EQ(ktmdl_Topo::HashKey(20, bytes.data()), static_cast<std::uint32_t>(sum));
+}
+
+TEST(ktmdl_Topo, HashKeyOfAnyLengthAndPlaceIsTheSumByteForByte)
+{
+    std::mt19937 random(1);
+    std::vector<unsigned char> bytes(600);
+    for (unsigned char& byte : bytes) {
+        byte = static_cast<unsigned char>(random() % 3 == 0 ? 255 : random());
+    }
+    for (const std::size_t start : {0U, 1U, 7U, 15U}) {
+        std::uint32_t hash = 0;
+        for (std::size_t size = 0; start + size < bytes.size(); ++size) {
+            ASSERT_EQ(ktmdl_Topo::HashKey(static_cast<long>(size), bytes.data() + start), hash)
+                << size << " bytes from " << start;
+            hash = hash * 5U + bytes[start + size];
+        }
+    }
 }
 
 TEST(ktmdl_Topo, IsEqualComparesSizeAndBytes)

@@ -24,6 +24,7 @@ kt_test(memory_tests
   memory_Host_test.cpp
   memory_Kernel_test.cpp
   memory_Sweep_test.cpp
+  memory_Types_test.cpp
   memory_Values_test.cpp
   support/AllocationFaults.cpp
   support/EdgeSet.cpp
@@ -34,6 +35,14 @@ kt_test(memory_tests
   support/ProfileHost.cpp
   support/TopoScene.cpp
   LINK kt_unpooled)
+kt_test(pool_tests
+  memory_Pool_test.cpp
+  support/AllocationFaults.cpp
+  support/FakeDispatch.cpp
+  "${PROJECT_SOURCE_DIR}/ktstd/ktstd_Pool_detail.cpp"
+  LINK ktcom)
+target_include_directories(pool_tests PRIVATE "${PROJECT_SOURCE_DIR}")
+target_compile_definitions(pool_tests PRIVATE KTSTD_POOLING)
 if(WIN32)
   # A runtime library of its own would take its memory past the program's operator new.
   target_link_options(memory_tests PRIVATE -static)

@@ -45,6 +45,14 @@ struct Attempt
     long asked{0};
 };
 
+//! How the faults of an operation ended.
+struct Tally
+{
+    long raised{0};   //!< as out of memory, or as a kernel failure
+    long told{0};     //!< by a status, an empty result or a log line
+    long harmless{0}; //!< the operation did without
+};
+
 Attempt attempt(const Trial& aTrial, long aNth, Shortage aShortage)
 {
     Attempt result;
@@ -79,7 +87,7 @@ void runWell(const Trial& aTrial)
 
 //! Runs with a fault and checks what is left.
 void tryFault(const Operation& aOperation, const std::string& aResult, long aNth,
-              Shortage aShortage)
+              Shortage aShortage, Tally& aTally)
 {
     Trial trial = aOperation.prepare();
     const std::string before = trial.state();
@@ -90,15 +98,19 @@ void tryFault(const Operation& aOperation, const std::string& aResult, long aNth
     switch (faulted.outcome) {
     case Outcome::Returned:
         if (after == aResult) {
+            ++aTally.harmless;
             return; // it does without
         }
         EXPECT_EQ(aOperation.tells, Tells::InItsResult) << "nothing was raised, and the result is\n"
                                                         << after << "\ninstead of\n"
                                                         << aResult;
+        ++aTally.told;
         break;
     case Outcome::OutOfMemory:
+        ++aTally.raised;
         break;
     case Outcome::KernelFailure:
+        ++aTally.raised;
         EXPECT_EQ(aOperation.tells, Tells::ByFailure) << faulted.text;
         break;
     case Outcome::Other:
@@ -137,14 +149,14 @@ void sweep(const Operation& aOperation)
         allocations = first.asked;
     }
     EXPECT_GT(allocations, 0) << "it takes no memory";
-    testing::Test::RecordProperty("allocations", std::to_string(allocations));
+    Tally tally;
     for (const Shortage shortage : {Shortage::Once, Shortage::Lasting}) {
         for (long nth = 1; nth <= allocations && !testing::Test::HasFatalFailure(); ++nth) {
             SCOPED_TRACE(testing::Message()
                          << aOperation.name << ", allocation " << nth << " of " << allocations
                          << (shortage == Shortage::Once ? "" : " and all that follow"));
             const Alive before = Alive::Now();
-            tryFault(aOperation, result, nth, shortage);
+            tryFault(aOperation, result, nth, shortage, tally);
             const Alive after = Alive::Now();
             EXPECT_TRUE(after == before || testing::Test::HasFailure())
                 << "left behind: " << after.blocks - before.blocks << " blocks, "
@@ -152,6 +164,8 @@ void sweep(const Operation& aOperation)
                 << " arrays";
         }
     }
+    std::printf("%s: %ld allocations; faults: %ld raised, %ld told, %ld harmless\n", sOperation,
+                allocations, tally.raised, tally.told, tally.harmless);
     sOperation = "";
     std::set_terminate(handler);
 }

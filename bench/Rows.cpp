@@ -1,0 +1,276 @@
+#include "Rows.h"
+
+#include <CLI/CLI.hpp>
+#include <benchmark/benchmark.h>
+#include <malloc.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <regex>
+
+namespace bench {
+
+namespace {
+
+std::vector<Row>& rows()
+{
+    static std::vector<Row> all;
+    return all;
+}
+
+//! Processor time of this thread in seconds: what other programs do meanwhile doesn't count.
+double processorTime() noexcept
+{
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
+}
+
+void runSide(benchmark::State& aState, const Side& aSide)
+{
+    const Steps steps = aSide.prepare();
+    for ([[maybe_unused]] auto pass : aState) {
+        if (steps.before) {
+            steps.before();
+        }
+        const double start = processorTime();
+        steps.timed();
+        aState.SetIterationTime(processorTime() - start);
+        if (steps.after) {
+            steps.after();
+        }
+    }
+}
+
+//! Collects the time of a pass from each repetition.
+class Times : public benchmark::BenchmarkReporter
+{
+public:
+    bool ReportContext(const Context&) override { return true; }
+    void ReportRuns(const std::vector<Run>& aRuns) override
+    {
+        for (const Run& run : aRuns) {
+            if (run.run_type == Run::RT_Iteration && run.iterations > 0) {
+                mSeconds[run.run_name.function_name].push_back(
+                    run.real_accumulated_time / static_cast<double>(run.iterations));
+            }
+        }
+    }
+    [[nodiscard]] double Median(const std::string& aName) const
+    {
+        std::vector<double> seconds = mSeconds.at(aName);
+        std::sort(seconds.begin(), seconds.end());
+        const std::size_t half = seconds.size() / 2;
+        return seconds.size() % 2 == 1 ? seconds[half] : (seconds[half - 1] + seconds[half]) / 2.0;
+    }
+
+private:
+    std::map<std::string, std::vector<double>> mSeconds;
+};
+
+std::string readable(double aSeconds)
+{
+    char text[32];
+    const double nanoseconds = aSeconds * 1e9;
+    if (nanoseconds < 1e3) {
+        std::snprintf(text, sizeof(text), "%.1f ns", nanoseconds);
+    } else if (nanoseconds < 1e6) {
+        std::snprintf(text, sizeof(text), "%.1f us", nanoseconds / 1e3);
+    } else {
+        std::snprintf(text, sizeof(text), "%.2f ms", nanoseconds / 1e6);
+    }
+    return text;
+}
+
+//! Slope of the straight line nearest to the points, both axes logarithmic.
+double slopeOf(const std::vector<std::pair<long, double>>& aTimes)
+{
+    double sx = 0.0;
+    double sy = 0.0;
+    double sxx = 0.0;
+    double sxy = 0.0;
+    for (const auto& [size, seconds] : aTimes) {
+        const double x = std::log(static_cast<double>(size));
+        const double y = std::log(seconds);
+        sx += x;
+        sy += y;
+        sxx += x * x;
+        sxy += x * y;
+    }
+    const auto n = static_cast<double>(aTimes.size());
+    return (n * sxy - sx * sy) / (n * sxx - sx * sx);
+}
+
+class Table
+{
+public:
+    Table()
+    {
+        std::printf("%-34s %9s %12s  %-22s %12s %8s %6s\n", "row", "size", "ours", "peer", "its time",
+                    "ratio", "aim");
+    }
+
+    void Add(const Row& aRow, const Times& aTimes)
+    {
+        const double ours = aTimes.Median("ours");
+        mGrowth[aRow.name].emplace_back(aRow.size, ours);
+        for (const Side& peer : aRow.peers) {
+            const double theirs = aTimes.Median(peer.name);
+            const double ratio = theirs / ours;
+            nlohmann::json line = {{"name", aRow.name}, {"size", aRow.size},
+                                   {"ours", ours},      {"peer", peer.name},
+                                   {"peer_time", theirs}, {"ratio", ratio}};
+            if (peer.aim > 0.0) {
+                line["aim"] = peer.aim;
+                line["met"] = ratio >= peer.aim;
+            }
+            if (aRow.ours.bytes > 0.0) {
+                line["bytes"] = aRow.ours.bytes;
+                line["peer_bytes"] = peer.bytes;
+            }
+            mLines.push_back(line);
+            char aim[16] = "";
+            if (peer.aim > 0.0) {
+                std::snprintf(aim, sizeof(aim), "%.2f%s", peer.aim, ratio >= peer.aim ? "" : " !");
+            }
+            std::printf("%-34s %9ld %12s  %-22s %12s %8.2f %6s\n", aRow.name.c_str(), aRow.size,
+                        readable(ours).c_str(), peer.name.c_str(), readable(theirs).c_str(), ratio,
+                        aim);
+        }
+        std::fflush(stdout);
+    }
+
+    void Write(const std::string& aPath)
+    {
+        for (const auto& [name, times] : mGrowth) {
+            if (times.size() < 2) {
+                continue;
+            }
+            const double slope = slopeOf(times);
+            std::printf("%-34s grows with its size to the power of %.2f\n", name.c_str(), slope);
+            for (nlohmann::json& line : mLines) {
+                if (line["name"] == name) {
+                    line["slope"] = slope;
+                }
+            }
+        }
+        std::ofstream file(aPath);
+        file << nlohmann::json{{"seconds_per", "pass over all elements"}, {"rows", mLines}}.dump(1)
+             << "\n";
+        if (!file.flush()) {
+            throw std::runtime_error("can't write \"" + aPath + "\"");
+        }
+    }
+
+private:
+    std::vector<nlohmann::json> mLines;
+    std::map<std::string, std::vector<std::pair<long, double>>> mGrowth;
+};
+
+void time(const Row& aRow, Times& aTimes)
+{
+    benchmark::ClearRegisteredBenchmarks();
+    const auto enter = [](const std::string& name, const Side& side) {
+        benchmark::RegisterBenchmark(name.c_str(), [&side](benchmark::State& state) {
+            runSide(state, side);
+        })->UseManualTime();
+    };
+    enter("ours", aRow.ours);
+    for (const Side& peer : aRow.peers) {
+        enter(peer.name, peer);
+    }
+    benchmark::RunSpecifiedBenchmarks(&aTimes);
+}
+
+} // namespace
+
+void add(Row aRow)
+{
+    rows().push_back(std::move(aRow));
+}
+
+Steps timedOnly(std::function<void()> aTimed)
+{
+    return {nullptr, std::move(aTimed), nullptr};
+}
+
+void consume(const void* aResult) noexcept
+{
+    benchmark::DoNotOptimize(aResult);
+    benchmark::ClobberMemory();
+}
+
+long heapBytes() noexcept
+{
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<long>(info.uordblks + info.hblkhd);
+}
+
+} // namespace bench
+
+int main(int argc, char** argv)
+{
+    CLI::App app{"Times the libraries beside what a user would take instead."};
+    std::string only;
+    std::string path;
+    long largest = 1000000;
+    bool smoke = false;
+    app.add_option("--only", only, "Rows whose name matches this regular expression");
+    app.add_option("--json", path, "File for the results");
+    app.add_option("--largest", largest, "Leave out larger sizes");
+    app.add_flag("--smoke", smoke, "Run each row once, to see that it works");
+    CLI11_PARSE(app, argc, argv);
+
+    std::vector<std::string> options = {argv[0], "--benchmark_enable_random_interleaving=true"};
+    options.emplace_back(smoke ? "--benchmark_repetitions=1" : "--benchmark_repetitions=11");
+    options.emplace_back(smoke ? "--benchmark_min_time=0" : "--benchmark_min_time=0.02");
+    std::vector<char*> arguments;
+    for (std::string& option : options) {
+        arguments.push_back(option.data());
+    }
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+
+    bench::addGeometry();
+    bench::addSequences();
+    bench::addHandles();
+    bench::addHash();
+    bench::addRegistry();
+    bench::addArchives();
+    bench::addLoops();
+    bench::addHostShare();
+
+    const std::regex wanted(only);
+    bench::Table table;
+    try {
+        for (const bench::Row& row : bench::rows()) {
+            if (row.size > largest || !std::regex_search(row.name, wanted)) {
+                continue;
+            }
+            if (row.check) {
+                const std::string difference = row.check();
+                if (!difference.empty()) {
+                    std::fprintf(stderr, "%s, %ld: the results differ: %s\n", row.name.c_str(),
+                                 row.size, difference.c_str());
+                    return 1;
+                }
+            }
+            bench::Times times;
+            bench::time(row, times);
+            table.Add(row, times);
+        }
+        if (!path.empty()) {
+            table.Write(path);
+        }
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,63 @@
+//! @file
+//! Rows of the benchmark: the same work done by this project and by what a user would take instead,
+//! timed in one process, in alternation.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+//! Work that is timed, between work that is not. Each is called once per pass, in this order.
+struct Steps
+{
+    std::function<void()> before;
+    std::function<void()> timed;
+    std::function<void()> after;
+};
+
+//! One side of a row.
+struct Side
+{
+    std::string name;
+    //! Makes what the passes work on; it lives as long as the steps.
+    std::function<Steps()> prepare;
+    double bytes{0.0}; //!< memory per element, where that matters; 0: not measured
+    double aim{0.0};   //!< of a peer: its time over ours that is aimed at; 0: shown for comparison
+};
+
+struct Row
+{
+    std::string name;
+    long size{1}; //!< elements that one pass works on
+    Side ours;
+    std::vector<Side> peers;
+    //! Compares the results of all sides.
+    //! @return  what differs; empty when nothing does
+    std::function<std::string()> check;
+};
+
+//! Puts a row at the end of the table.
+void add(Row aRow);
+
+//! Makes steps of which only one is timed and the others do nothing.
+Steps timedOnly(std::function<void()> aTimed);
+
+//! Keeps the compiler from leaving out work whose result nobody uses.
+void consume(const void* aResult) noexcept;
+
+//! Gives the bytes taken from the general heap so far and not given back.
+long heapBytes() noexcept;
+
+//! Adds the rows of each subject.
+void addGeometry();
+void addSequences();
+void addHandles();
+void addHash();
+void addRegistry();
+void addArchives();
+void addLoops();
+void addHostShare();
+
+} // namespace bench

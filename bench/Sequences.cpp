@@ -1,0 +1,235 @@
+// Sequences of points beside std::list and std::vector of the same points.
+
+#include "Rows.h"
+
+#include "ktmdl/ktmdl_Pnt3d.h"
+#include "ktmdl/ktmdl_Pnt3dSeq.h"
+
+#include <algorithm>
+#include <iterator>
+#include <list>
+#include <memory>
+
+namespace bench {
+
+namespace {
+
+using List = std::list<ktmdl_Pnt3d>;
+using Vector = std::vector<ktmdl_Pnt3d>;
+
+ktmdl_Pnt3d pointAt(long aIdx)
+{
+    return ktmdl_Pnt3d(static_cast<double>(aIdx), 1.0, 2.0);
+}
+
+// The operations, once for each kind of container.
+
+void append(ktmdl_Pnt3dSeq& aPoints, long aIdx) { aPoints.Append(pointAt(aIdx)); }
+void append(List& aPoints, long aIdx) { aPoints.push_back(pointAt(aIdx)); }
+void append(Vector& aPoints, long aIdx) { aPoints.push_back(pointAt(aIdx)); }
+
+void clear(ktmdl_Pnt3dSeq& aPoints) { aPoints.Clear(); }
+void clear(List& aPoints) { aPoints.clear(); }
+void clear(Vector& aPoints) { Vector().swap(aPoints); }
+
+double walk(const ktmdl_Pnt3dSeq& aPoints)
+{
+    double sum = 0.0;
+    const long length = aPoints.Length();
+    for (long i = 1; i <= length; ++i) {
+        sum += aPoints.Value(i).mX;
+    }
+    return sum;
+}
+double walk(const List& aPoints)
+{
+    double sum = 0.0;
+    for (const ktmdl_Pnt3d& point : aPoints) {
+        sum += point.mX;
+    }
+    return sum;
+}
+double walk(const Vector& aPoints)
+{
+    double sum = 0.0;
+    for (const ktmdl_Pnt3d& point : aPoints) {
+        sum += point.mX;
+    }
+    return sum;
+}
+
+//! Walks, and puts a point behind every tenth; then walks and takes those out.
+void edit(ktmdl_Pnt3dSeq& aPoints)
+{
+    for (long i = 10; i <= aPoints.Length(); i += 11) {
+        aPoints.InsertAfter(i, pointAt(0));
+    }
+    for (long i = 11; i <= aPoints.Length(); i += 10) {
+        aPoints.Remove(i);
+    }
+}
+void edit(List& aPoints)
+{
+    auto at = aPoints.begin();
+    for (long i = 10; i <= static_cast<long>(aPoints.size()); i += 11) {
+        std::advance(at, 10);
+        aPoints.insert(at, pointAt(0));
+    }
+    at = aPoints.begin();
+    for (long i = 11; i <= static_cast<long>(aPoints.size()); i += 10) {
+        std::advance(at, 10);
+        at = aPoints.erase(at);
+    }
+}
+
+template <class Points>
+std::shared_ptr<Points> filled(long aSize)
+{
+    const auto points = std::make_shared<Points>();
+    for (long i = 0; i < aSize; ++i) {
+        append(*points, i);
+    }
+    return points;
+}
+
+//! Small sequences are many, so that a pass takes a time that can be measured.
+template <class Points>
+struct Batch
+{
+    explicit Batch(long aSize) : all(static_cast<std::size_t>(std::max(1L, 20000 / aSize))) {}
+
+    std::vector<Points> all;
+};
+
+template <class Points>
+Side appendSide(const char* aName, long aSize, double aAim)
+{
+    return {aName,
+            [aSize] {
+                const auto batch = std::make_shared<Batch<Points>>(aSize);
+                return Steps{nullptr,
+                             [batch, aSize] {
+                                 for (Points& points : batch->all) {
+                                     for (long i = 0; i < aSize; ++i) {
+                                         append(points, i);
+                                     }
+                                 }
+                                 consume(batch->all.data());
+                             },
+                             [batch] {
+                                 for (Points& points : batch->all) {
+                                     clear(points);
+                                 }
+                             }};
+            },
+            0.0, aAim};
+}
+
+template <class Points>
+Side clearSide(const char* aName, long aSize, double aAim)
+{
+    return {aName,
+            [aSize] {
+                const auto batch = std::make_shared<Batch<Points>>(aSize);
+                return Steps{[batch, aSize] {
+                                 for (Points& points : batch->all) {
+                                     for (long i = 0; i < aSize; ++i) {
+                                         append(points, i);
+                                     }
+                                 }
+                             },
+                             [batch] {
+                                 for (Points& points : batch->all) {
+                                     clear(points);
+                                 }
+                                 consume(batch->all.data());
+                             },
+                             nullptr};
+            },
+            0.0, aAim};
+}
+
+template <class Points>
+Side walkSide(const char* aName, long aSize, double aAim)
+{
+    return {aName,
+            [aSize] {
+                const auto points = filled<Points>(aSize);
+                return timedOnly([points] {
+                    const double sum = walk(*points);
+                    consume(&sum);
+                });
+            },
+            0.0, aAim};
+}
+
+template <class Points>
+Side editSide(const char* aName, long aSize, double aAim)
+{
+    return {aName,
+            [aSize] {
+                const auto points = filled<Points>(aSize);
+                return timedOnly([points] {
+                    edit(*points);
+                    consume(points.get());
+                });
+            },
+            0.0, aAim};
+}
+
+template <class Points>
+double bytesPerElement(long aSize)
+{
+    const long before = heapBytes();
+    const auto points = filled<Points>(aSize);
+    return static_cast<double>(heapBytes() - before) / static_cast<double>(aSize);
+}
+
+std::string editedAlike(long aSize)
+{
+    const auto ours = filled<ktmdl_Pnt3dSeq>(aSize);
+    const auto theirs = filled<List>(aSize);
+    edit(*ours);
+    edit(*theirs);
+    if (ours->Length() != static_cast<long>(theirs->size())) {
+        return std::to_string(ours->Length()) + " and " + std::to_string(theirs->size());
+    }
+    long i = 1;
+    for (const ktmdl_Pnt3d& point : *theirs) {
+        if (point.mX != ours->Value(i++).mX) {
+            return "element " + std::to_string(i - 1);
+        }
+    }
+    return "";
+}
+
+} // namespace
+
+void addSequences()
+{
+    const double ourBytes = bytesPerElement<ktmdl_Pnt3dSeq>(1000000);
+    const double listBytes = bytesPerElement<List>(1000000);
+    const double vectorBytes = bytesPerElement<Vector>(1000000);
+    for (const long size : {1000L, 10000L, 100000L, 1000000L}) {
+        const auto same = [size] {
+            return walk(*filled<ktmdl_Pnt3dSeq>(size)) == walk(*filled<List>(size)) ? "" : "sums";
+        };
+        Row grow{"sequence: append", size, appendSide<ktmdl_Pnt3dSeq>("ours", size, 0.0),
+                 {appendSide<List>("std::list", size, 2.0),
+                  appendSide<Vector>("std::vector", size, 0.0)}, same};
+        grow.ours.bytes = ourBytes;
+        grow.peers[0].bytes = listBytes;
+        grow.peers[1].bytes = vectorBytes;
+        add(grow);
+        add({"sequence: clear", size, clearSide<ktmdl_Pnt3dSeq>("ours", size, 0.0),
+             {clearSide<List>("std::list", size, 2.0),
+              clearSide<Vector>("std::vector", size, 0.0)}, same});
+        add({"sequence: walk by index", size, walkSide<ktmdl_Pnt3dSeq>("ours", size, 0.0),
+             {walkSide<List>("std::list", size, 1.0),
+              walkSide<Vector>("std::vector", size, 0.0)}, same});
+        add({"sequence: insert and remove", size, editSide<ktmdl_Pnt3dSeq>("ours", size, 0.0),
+             {editSide<List>("std::list", size, 1.0)}, [size] { return editedAlike(size); }});
+    }
+}
+
+} // namespace bench
