@@ -409,13 +409,13 @@ def build(jobs, *targets):
     return code == 0, output
 
 
-def configure(jobs):
+def configure(jobs, programs):
     options = ["-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O0",
                "-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON",
                "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", f"-DKT_TEST_LAYERS={LAYERS}"]
     code, output = run(["cmake", "-S", str(TREE), "-B", str(BUILD), "-G", "Ninja", *options])
     if code == 0:
-        code, output = run(["ninja", "-C", str(BUILD), f"-j{jobs}", *PROGRAMS, LAST_PROGRAM])
+        code, output = run(["ninja", "-C", str(BUILD), f"-j{jobs}", *programs])
     if code != 0:
         sys.exit(f"the unchanged tree does not build:\n{output}")
 
@@ -463,9 +463,9 @@ class Runner:
         how = "timed out" if code is None else "failed" if failed else f"ended with {code}"
         return {"program": program, "test": who, "how": how}
 
-    def baseline(self):
+    def baseline(self, programs):
         """The unchanged tree passes; the time that it takes sets the limits."""
-        for program in PROGRAMS + ([LAST_PROGRAM] if self.args.memory else []):
+        for program in programs:
             code, output = self.start(program, [], 600)
             if code != 0:
                 sys.exit(f"the unchanged tree fails: {output[-3000:]}")
@@ -712,9 +712,10 @@ def main():
                     print(f"{mutant.id}\n- {mutant.old_text}\n+ {mutant.new_text}")
         return 0
     runner = Runner(args)
-    configure(args.jobs)
+    programs = PROGRAMS + ([LAST_PROGRAM] if args.memory else [])
+    configure(args.jobs, programs)
     runner.remember_clean()
-    runner.baseline()
+    runner.baseline(programs)
 
     def judge(mutant):
         started = time.time()
