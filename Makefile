@@ -74,7 +74,8 @@ coverage:
 
 mutation:
 	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES) python3
-	tests/mutation/mutate.py --jobs 2
+	-tests/mutation/mutate.py --quick --jobs 2
+	tests/mutation/mutate.py --survivors --memory --jobs 2
 
 sweep:
 	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES)

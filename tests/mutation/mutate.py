@@ -336,7 +336,7 @@ def shares(files, count, header_count):
     for suffix, total, least in ((".cpp", count, 3), (".h", header_count, 1)):
         lines = {name: n for name, n in files.items() if name.endswith(suffix)}
         whole = sum(lines.values()) or 1
-        for name, n in lines.items():
+        for name, n in lines.items() if total else ():
             result[name] = max(least, round(total * n / whole))
     return result
 
@@ -689,7 +689,8 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--seed", default="1")
     parser.add_argument("--count", type=int, default=310, help="mutants of .cpp files")
-    parser.add_argument("--headers", type=int, default=15, help="mutants of headers, which cost")
+    parser.add_argument("--headers", type=int, default=0,
+                        help="mutants of headers, each of which costs a large build")
     parser.add_argument("--jobs", type=int, default=1, help="jobs of a build")
     parser.add_argument("--files", default="", help="only files whose name contains this")
     parser.add_argument("--memory", action="store_true", help="ask memory_tests too, at last")
