@@ -3,9 +3,12 @@
 BUILD_PACKAGES := g++ cmake ninja-build nlohmann-json3-dev libcli11-dev
 TEST_PACKAGES := libgtest-dev googletest
 WINDOWS_PACKAGES := g++-mingw-w64-x86-64-posix wine64 wine
+BENCH_PACKAGES := libbenchmark-dev libeigen3-dev libglm-dev libabsl-dev libboost-serialization-dev \
+    libcereal-dev libgeos++-dev
 SANITIZE_PACKAGES := clang libclang-rt-14-dev llvm-14
 
-.PHONY: help demo test soak windows-test sanitize clang-test coverage mutation sweep fuzz-smoke format tidy clean
+.PHONY: help demo test soak windows-test sanitize clang-test coverage branches mutation sweep fuzz-smoke bench \
+    bench-smoke format tidy clean
 
 help:
 	@echo "make demo           build the demo and play one life of a part's references"
@@ -15,9 +18,12 @@ help:
 	@echo "make sanitize       run every test under address, leak and undefined-behaviour sanitizers"
 	@echo "make clang-test     build with clang++ and run every test"
 	@echo "make coverage       tell which lines of ktstd and ktmdl the tests reach"
+	@echo "make branches       tell which sides of the decisions in them the tests take"
 	@echo "make mutation       tell which small changes in ktstd and ktmdl no test notices"
 	@echo "make sweep          put every fault at every point, and write docs/sweeps.md"
 	@echo "make fuzz-smoke     replay what fuzzing found, and fuzz each target for 20 s"
+	@echo "make bench          time the libraries beside what a user would take instead"
+	@echo "make bench-smoke    run each row of the benchmark once"
 	@echo "make format         check the layout of the sources"
 	@echo "make tidy           run clang-tidy over changed sources"
 	@echo "make clean          remove the build folder"
@@ -68,9 +74,18 @@ coverage:
 	find build/coverage -name '*.gcda' -delete
 	ctest --preset coverage --no-tests=error
 	gcovr --root . --filter ktstd/ --filter ktmdl/ --exclude-throw-branches --exclude-unreachable-branches \
-	    --print-summary --html-details build/coverage/index.html --json-summary build/coverage/summary.json \
+	    --decisions --json build/coverage/all.json --html-details build/coverage/index.html \
 	    --txt build/coverage/coverage.txt build/coverage
 	@cat build/coverage/coverage.txt
+	@scripts/coverage-table.py build/coverage/all.json
+
+branches:
+	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES) $(SANITIZE_PACKAGES) python3
+	cmake --preset branches
+	cmake --build --preset branches
+	rm -rf build/branches/profiles
+	ctest --preset branches --no-tests=error
+	scripts/branch-coverage.py build/branches
 
 mutation:
 	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES) python3
@@ -88,6 +103,13 @@ fuzz-smoke:
 	cmake --preset fuzz
 	cmake --build --preset fuzz
 	printf "%s\n" archive_load archive_roundtrip step_read log_dump | xargs -P 2 -n 1 scripts/fuzz.sh 20
+
+bench bench-smoke:
+	@scripts/need.sh $(BUILD_PACKAGES) $(BENCH_PACKAGES)
+	cmake --preset bench
+	cmake --build --preset bench
+	build/bench/bin/ktmdl-bench $(if $(filter bench-smoke,$@),--smoke --largest 10000) \
+	    --json build/bench/results.json
 
 format:
 	@scripts/need.sh clang-format

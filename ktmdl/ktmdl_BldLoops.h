@@ -7,15 +7,14 @@
 #include "ktmdl/ktmdl_TopoHSeq.h"
 #include "ktstd/ktstd_TransientHSeq.h"
 
-class ktmdl_Pnt3d;
-
 //! Chains edges whose ends meet into closed loops. A closed edge is a loop by itself; edges that
 //! can't be closed into a loop are handed back.
 //!
 //! The builder works once. It shares the caller's sequence: Compute empties that and refills it
 //! with the edges left over. Ends meet within half the length of the shortest edge when that is
 //! below 1e-4, else within 1e-8; the last gap of a loop, and a gap that nothing fits better, may
-//! reach 5e-4. Lengths are the host's.
+//! reach 5e-4. Lengths are the host's. Each edge is asked for its ends once, when the search first
+//! comes to it.
 class KTMDL_EXPORT ktmdl_BldLoops
 {
 public:

@@ -24,7 +24,7 @@ VARIANT emptyVariant() noexcept
 IErrorInfo* makeErrorInfo(const com::ExceptionInfo& aException) noexcept
 {
     ICreateErrorInfo* pCreate = nullptr;
-    if (FAILED(CreateErrorInfo(&pCreate)) || pCreate == nullptr) {
+    if (FAILED(CreateErrorInfo(&pCreate))) {
         return nullptr;
     }
     pCreate->SetGUID(IID_IDispatch);
@@ -33,9 +33,9 @@ IErrorInfo* makeErrorInfo(const com::ExceptionInfo& aException) noexcept
     pCreate->SetHelpFile(aException.bstrHelpFile);
     pCreate->SetHelpContext(aException.dwHelpContext);
     void* pInfo = nullptr;
-    const HRESULT hr = pCreate->QueryInterface(IID_IErrorInfo, &pInfo);
+    pCreate->QueryInterface(IID_IErrorInfo, &pInfo);
     pCreate->Release();
-    return SUCCEEDED(hr) ? static_cast<IErrorInfo*>(pInfo) : nullptr;
+    return static_cast<IErrorInfo*>(pInfo);
 }
 
 //! Calls a member and raises what goes wrong.
@@ -89,8 +89,9 @@ HRESULT HostArray::GetTriple(long long aSkip, double (&aOut)[3]) const noexcept
     if (mArray == nullptr) {
         return E_POINTER;
     }
-    VARTYPE type = VT_EMPTY;
-    if (FAILED(SafeArrayGetVartype(mArray, &type)) || type != VT_R8) {
+    VARTYPE type = VT_EMPTY; // stays so for an array that tells none
+    SafeArrayGetVartype(mArray, &type);
+    if (type != VT_R8) {
         return DISP_E_TYPEMISMATCH;
     }
     if (aSkip < 0 || ArrayLength(mArray) - 3 < aSkip) {
@@ -107,15 +108,10 @@ HRESULT HostArray::GetTriple(long long aSkip, double (&aOut)[3]) const noexcept
 
 long ArrayLength(SAFEARRAY* aArray) noexcept
 {
-    LONG lower = 0;
-    LONG upper = -1;
-    if (aArray == nullptr || SafeArrayGetDim(aArray) != 1 ||
-        FAILED(SafeArrayGetLBound(aArray, 1, &lower)) ||
-        FAILED(SafeArrayGetUBound(aArray, 1, &upper))) {
-        return 0;
-    }
-    const long long length = static_cast<long long>(upper) - lower + 1;
-    return static_cast<long>(std::clamp<long long>(length, 0, std::numeric_limits<LONG>::max()));
+    constexpr ULONG kMost = std::numeric_limits<LONG>::max();
+    return SafeArrayGetDim(aArray) == 1
+               ? static_cast<long>(std::min(aArray->rgsabound[0].cElements, kMost))
+               : 0;
 }
 
 VARIANT In(LONG aValue) noexcept

@@ -87,9 +87,10 @@ bool isFaceLike(unsigned char aType)
 {
     return aType >= kFirstFaceLike && aType <= kFace;
 }
+//! @param aType  a known type
 bool isBodyLike(unsigned char aType)
 {
-    return aType >= kFirstBodyLike && aType <= kLastType;
+    return aType >= kFirstBodyLike;
 }
 
 //! The registry of the process.

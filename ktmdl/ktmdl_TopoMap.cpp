@@ -268,12 +268,11 @@ void ktmdl_TopoMap::Clear() noexcept
     }
 }
 
-//! Gives the slot of a key's bucket; null when there is none.
+//! Gives the slot of a key's bucket, in a map that has buckets; null when the hash has none.
 ktstd_MapNode** ktmdl_TopoMap::ChainOf(unsigned int aHash) const noexcept
 {
-    ktstd_MapNode** const buckets = Buckets();
     const long bucket = reduce(aHash, NbBuckets());
-    return buckets != nullptr && bucket >= 0 ? buckets + bucket : nullptr;
+    return bucket >= 0 ? Buckets() + bucket : nullptr;
 }
 
 ktstd_Archive& operator<<(ktstd_Archive& aArchive, const ktmdl_TopoMap& aMap)

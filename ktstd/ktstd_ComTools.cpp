@@ -149,36 +149,19 @@ long putValues(long aCount, const Value* aValues, VARTYPE aType, SAFEARRAY** aAr
     if (array == nullptr) {
         return E_OUTOFMEMORY;
     }
-    if (aCount > 0) {
-        void* data = nullptr;
-        const HRESULT hr = SafeArrayAccessData(array, &data);
-        if (FAILED(hr)) {
-            SafeArrayDestroy(array);
-            return hr;
-        }
-        std::memcpy(data, aValues, static_cast<std::size_t>(aCount) * sizeof(Value));
-        SafeArrayUnaccessData(array);
+    if (aCount > 0) { // a new array needs no lock
+        std::memcpy(array->pvData, aValues, static_cast<std::size_t>(aCount) * sizeof(Value));
     }
     *aArray = array;
     return S_OK;
 }
 
-//! Gives the number of elements of a one-dimensional array of a type.
-HRESULT countElements(SAFEARRAY* aArray, VARTYPE aType, long long& aCount) noexcept
+//! Tells whether an array has one dimension and elements of a type.
+bool isVectorOf(SAFEARRAY* aArray, VARTYPE aType) noexcept
 {
-    VARTYPE type = VT_EMPTY;
-    if (SafeArrayGetDim(aArray) != 1 || FAILED(SafeArrayGetVartype(aArray, &type)) ||
-        type != aType) {
-        return DISP_E_TYPEMISMATCH;
-    }
-    LONG lower = 0;
-    LONG upper = -1;
-    HRESULT hr = SafeArrayGetLBound(aArray, 1, &lower);
-    if (SUCCEEDED(hr)) {
-        hr = SafeArrayGetUBound(aArray, 1, &upper);
-    }
-    aCount = static_cast<long long>(upper) - lower + 1;
-    return hr;
+    VARTYPE type = VT_EMPTY; // stays so for an array that tells none
+    SafeArrayGetVartype(aArray, &type);
+    return SafeArrayGetDim(aArray) == 1 && type == aType;
 }
 
 template <class Value>
@@ -190,19 +173,17 @@ long getValues(SAFEARRAY* aArray, long aCount, VARTYPE aType, Value* aValues) no
     if (aCount < 0) {
         return E_INVALIDARG;
     }
-    long long count = 0;
-    HRESULT hr = countElements(aArray, aType, count);
-    if (FAILED(hr)) {
-        return hr;
+    if (!isVectorOf(aArray, aType)) {
+        return DISP_E_TYPEMISMATCH;
     }
-    if (aCount > count) {
+    if (aCount > static_cast<long long>(aArray->rgsabound[0].cElements)) {
         return DISP_E_BADINDEX;
     }
     if (aCount == 0) {
         return S_OK;
     }
     void* data = nullptr;
-    hr = SafeArrayAccessData(aArray, &data);
+    const HRESULT hr = SafeArrayAccessData(aArray, &data);
     if (FAILED(hr)) {
         return hr;
     }

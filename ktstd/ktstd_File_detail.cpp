@@ -95,32 +95,16 @@ int writeAll(FileCalls& aCalls, int aFile, const std::vector<unsigned char>& aBy
     return aCalls.Flush(aFile);
 }
 
-//! Removes a file when it goes, unless the file was kept.
+//! A new file beside a target; it is removed when this goes, unless it was moved to the target.
 class Temporary
 {
 public:
-    //! Makes a new file beside the target.
-    Temporary(const fs::path& aTarget, const std::string& aPath, FileCalls& aCalls) : mCalls(aCalls)
-    {
-        int error = EEXIST;
-        for (int i = 0; error == EEXIST && i < kMaxTemporaries; ++i) {
-            mPath = aTarget;
-            mPath += ".~" + std::to_string(i);
-            error = mCalls.Create(mPath, mFile);
-        }
-        if (error != 0) {
-            raise("write", aPath, "no file can be made beside it: " + reason(error),
-                  ktstd_fail_FileIO::kCannotWrite);
-        }
-    }
+    explicit Temporary(FileCalls& aCalls) noexcept : mCalls(aCalls) {}
     Temporary(const Temporary&) = delete;
     Temporary& operator=(const Temporary&) = delete;
     ~Temporary()
     {
-        if (mFile >= 0) {
-            mCalls.Close(mFile);
-        }
-        if (!mIsKept) {
+        if (mIsThere) {
             std::error_code ignored;
             // With the target's rights it may be one that Windows doesn't remove.
             fs::permissions(mPath, fs::perms::owner_write, fs::perm_options::add, ignored);
@@ -128,10 +112,23 @@ public:
         }
     }
 
-    void Fill(const std::vector<unsigned char>& aBytes, const std::string& aPath)
+    void Write(const fs::path& aTarget, const std::vector<unsigned char>& aBytes,
+               const std::string& aPath)
     {
-        int error = writeAll(mCalls, mFile, aBytes);
-        const int closing = mCalls.Close(std::exchange(mFile, -1));
+        int file = -1;
+        int error = EEXIST;
+        for (int i = 0; error == EEXIST && i < kMaxTemporaries; ++i) {
+            mPath = aTarget;
+            mPath += ".~" + std::to_string(i);
+            error = mCalls.Create(mPath, file);
+        }
+        if (error != 0) {
+            raise("write", aPath, "no file can be made beside it: " + reason(error),
+                  ktstd_fail_FileIO::kCannotWrite);
+        }
+        mIsThere = true;
+        error = writeAll(mCalls, file, aBytes);
+        const int closing = mCalls.Close(file);
         error = error != 0 ? error : closing;
         if (error != 0) {
             raise("write", aPath, reason(error), ktstd_fail_FileIO::kCannotWrite);
@@ -152,14 +149,13 @@ public:
         if (error) {
             raise("write", aPath, error.message(), ktstd_fail_FileIO::kCannotWrite);
         }
-        mIsKept = true;
+        mIsThere = false;
     }
 
 private:
     FileCalls& mCalls;
     fs::path mPath;
-    int mFile{-1};
-    bool mIsKept{false};
+    bool mIsThere{false};
 };
 
 //! Follows a symbolic link to the file that is to be replaced.
@@ -298,8 +294,8 @@ void WriteWholeFile(const std::string& aPath, const std::vector<unsigned char>& 
         raise("write", aPath, "the path is empty", ktstd_fail_FileIO::kCannotWrite);
     }
     const fs::path target = finalTarget(fs::u8path(aPath));
-    Temporary temporary(target, aPath, aCalls);
-    temporary.Fill(aBytes, aPath);
+    Temporary temporary(aCalls);
+    temporary.Write(target, aBytes, aPath);
     temporary.MoveTo(target, aPath);
 }
 

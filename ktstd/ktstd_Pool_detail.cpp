@@ -3,10 +3,11 @@
 #include <new>
 
 namespace ktstd_detail {
+namespace {
+
+std::size_t sAlive = 0;
 
 #if defined(KTSTD_POOLING)
-
-namespace {
 
 constexpr std::size_t kGrain = alignof(std::max_align_t);
 constexpr std::size_t kLargest = 256;
@@ -22,7 +23,6 @@ struct Link
 // Plain data, so that objects with static life can be freed whatever the order of destruction.
 Link* sFree[kLargest / kGrain] = {};
 Link* sChunks = nullptr;
-std::size_t sAlive = 0;
 
 //! Gives the chunks back when the library is unloaded, unless an object lives on.
 struct ChunkRelease
@@ -63,59 +63,43 @@ void refill(std::size_t aClass)
     }
 }
 
+#endif
+
 } // namespace
 
 void* AllocatePooled(std::size_t aSize)
 {
-    if (aSize > kLargest) {
-        return ::operator new(aSize);
+#if defined(KTSTD_POOLING)
+    if (aSize <= kLargest) {
+        const std::size_t index = sizeClass(aSize);
+        if (sFree[index] == nullptr) {
+            refill(index);
+        }
+        Link* const block = sFree[index];
+        sFree[index] = block->next;
+        ++sAlive;
+        return block;
     }
-    const std::size_t index = sizeClass(aSize);
-    if (sFree[index] == nullptr) {
-        refill(index);
-    }
-    Link* const block = sFree[index];
-    sFree[index] = block->next;
-    ++sAlive;
-    return block;
+#endif
+    return ::operator new(aSize);
 }
 
-void FreePooled(void* aMemory, std::size_t aSize) noexcept
+void FreePooled(void* aMemory, [[maybe_unused]] std::size_t aSize) noexcept
 {
-    if (aMemory == nullptr) {
+#if defined(KTSTD_POOLING)
+    if (aMemory != nullptr && aSize <= kLargest) {
+        Link*& list = sFree[sizeClass(aSize)];
+        list = ::new (aMemory) Link{list};
+        --sAlive;
         return;
     }
-    if (aSize > kLargest) {
-        ::operator delete(aMemory);
-        return;
-    }
-    Link*& list = sFree[sizeClass(aSize)];
-    list = ::new (aMemory) Link{list};
-    --sAlive;
+#endif
+    ::operator delete(aMemory);
 }
 
 std::size_t PooledObjects() noexcept
 {
     return sAlive;
 }
-
-#else
-
-void* AllocatePooled(std::size_t aSize)
-{
-    return ::operator new(aSize);
-}
-
-void FreePooled(void* aMemory, std::size_t) noexcept
-{
-    ::operator delete(aMemory);
-}
-
-std::size_t PooledObjects() noexcept
-{
-    return 0;
-}
-
-#endif
 
 } // namespace ktstd_detail

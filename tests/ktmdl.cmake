@@ -30,6 +30,7 @@ kt_test(ktmdl_tests
   ktmdl_BldReference_Faults_test.cpp
   ktmdl_BldReference_test.cpp
   ktmdl_Diag_test.cpp
+  ktmdl_HostCall_test.cpp
   ktmdl_Queries_test.cpp
   ktmdl_ShowVariable_test.cpp
   ktmdl_Topo_Changes_test.cpp
@@ -48,4 +49,5 @@ kt_test(ktmdl_tests
   support/ProfileHost.cpp
   support/TopoScene.cpp
   "${PROJECT_SOURCE_DIR}/ktmdl/ktmdl_Diag_detail.cpp"
+  "${PROJECT_SOURCE_DIR}/ktmdl/ktmdl_HostCall_detail.cpp"
   LINK ktmdl)

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -173,6 +174,36 @@ TEST(ktmdl_Topo, UpdateDispatchRaisesAFailedFullNameReadBeforeTheSessionIsAsked)
     EXPECT_EQ(codeOf([&] { topo->UpdateDispatch(); }), DISP_E_UNKNOWNNAME);
     EXPECT_TRUE(session.mAsked.empty());
     scene.ExpectLog({failedCallForm(kSource, DISP_E_UNKNOWNNAME)});
+}
+
+TEST(ktmdl_Topo, UpdateDispatchReadsTheNameAgainAfterASessionThatFailed)
+{
+    //! Fails once.
+    class FailingOnce : public BracketSession
+    {
+    public:
+        void AdjustDocumentName(ktstd_AsciiString& aName) override
+        {
+            if (!std::exchange(mHasFailed, true)) {
+                ktstd_fail_DomainError::Raise("not now");
+            }
+            BracketSession::AdjustDocumentName(aName);
+        }
+
+    private:
+        bool mHasFailed{false};
+    };
+    Scene scene;
+    ktstd_Session::SetCurSession(Hnd_ktstd_Session(new FailingOnce));
+    fake::Object& document = scene.Document("doc", L"C:\\full", L"short");
+    const Hnd_ktmdl_Topo topo = edgeTopo();
+    topo->tplType = 0; // so that nothing is bound
+    topo->mDispDoc = document.Ptr();
+    EXPECT_THROW(topo->UpdateDispatch(), Hnd_ktstd_fail_DomainError);
+    EXPECT_EQ(nameOf(topo), "") << "not the name as the host gave it";
+    EXPECT_EQ(topo->UpdateDispatch(), -1);
+    EXPECT_EQ(nameOf(topo), "[C:\\full]");
+    scene.ExpectLog({});
 }
 
 // UpdateDocDispatches: where the reference belongs.

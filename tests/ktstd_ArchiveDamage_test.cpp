@@ -477,6 +477,8 @@ TEST(ktstd_ArchiveDamage, RecordsReportDamageWithItsPlace)
     EXPECT_TRUE(raisesFileIO(ktstd_fail_FileIO::kDamaged,
                              message("Link: length is negative", kDataStart + 1),
                              [&] { archive.RaiseDamaged("Link: length is negative"); }));
+    EXPECT_TRUE(raisesFileIO(ktstd_fail_FileIO::kDamaged, message("", kDataStart + 1),
+                             [&] { archive.RaiseDamaged(nullptr); }));
 }
 
 TEST(ktstd_ArchiveDamage, ClassesOutOfOrderAreRefused)

@@ -132,6 +132,24 @@ TEST(ktstd_ArchiveFile, MissingFileFolderAndNoNameAreRefused)
                            [] { ktstd_Archive archive = ktstd_Archive::FromFile(nullptr); }));
 }
 
+TEST(ktstd_ArchiveFile, SavingWithoutANameIsRefused)
+{
+    ktstd_Archive archive;
+    EXPECT_TRUE(raisesCode(ktstd_fail_FileIO::kCannotWrite, [&] { archive.Save(nullptr); }));
+    EXPECT_TRUE(raisesCode(ktstd_fail_FileIO::kCannotWrite, [&] { archive.Save(""); }));
+}
+
+TEST(ktstd_ArchiveFile, NameWithoutFolderIsInTheWorkingFolder)
+{
+    const TempFolder folder;
+    const fs::path before = fs::current_path();
+    fs::current_path(folder.Path());
+    saveNumber("data.kta", 42);
+    EXPECT_EQ(loadNumber("data.kta"), 42);
+    fs::current_path(before);
+    EXPECT_EQ(folder.Names(), Names{"data.kta"});
+}
+
 TEST(ktstd_ArchiveFile, EmptyFileIsRefused)
 {
     const TempFolder folder;

@@ -83,6 +83,14 @@ TEST(ktstd_Archive, BlockOfNothingIsAllowed)
     EXPECT_EQ(archive.Read(nullptr, 0), 0);
 }
 
+TEST(ktstd_Archive, StoringArchiveHasNothingLeftToRead)
+{
+    ktstd_Archive archive;
+    archive << 7L;
+    EXPECT_EQ(archive.Position(), 4U);
+    EXPECT_EQ(archive.Remaining(), 0U);
+}
+
 TEST(ktstd_Archive, NegativeBlockLengthIsRefused)
 {
     unsigned char target = 7;

@@ -211,3 +211,10 @@ TEST(ktstd_MapIntegerHasher, ExtremeKeysHashLikeAllOthers)
         EXPECT_LE(hash, 10);
     }
 }
+
+TEST(ktstd_MapIntegerHasher, KeysAreEqualWhenTheirNumbersAre)
+{
+    EXPECT_EQ(ktstd_MapIntegerHasher::IsEqual(7, 7), 1);
+    EXPECT_EQ(ktstd_MapIntegerHasher::IsEqual(7, 8), 0);
+    EXPECT_EQ(ktstd_MapIntegerHasher::IsEqual(7, -7), 0);
+}

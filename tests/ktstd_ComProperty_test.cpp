@@ -115,6 +115,28 @@ TEST(ktstd_ComProperty, NumberIsConvertedToTheTypeAskedFor)
     EXPECT_EQ(big, 200);
 }
 
+TEST(ktstd_ComProperty, EveryPlainTypeTakesItsOwnBytesAndNoMore)
+{
+    const struct
+    {
+        VARTYPE type;
+        std::size_t size;
+    } kTypes[] = {{VT_I1, 1},  {VT_UI1, 1}, {VT_I2, 2},   {VT_UI2, 2},   {VT_BOOL, 2}, {VT_I4, 4},
+                  {VT_UI4, 4}, {VT_INT, 4}, {VT_UINT, 4}, {VT_ERROR, 4}, {VT_R4, 4},   {VT_I8, 8},
+                  {VT_UI8, 8}, {VT_R8, 8},  {VT_DATE, 8}, {VT_CY, 8}};
+    for (const auto& each : kTypes) {
+        SCOPED_TRACE(each.type);
+        OneProperty object;
+        object.value.vt = each.type; // of the type asked for: its bits are handed over
+        object.value.llVal = 0x0102030405060708;
+        long long place = -1;
+        EXPECT_EQ(read(object, each.type, place), code(S_OK));
+        long long wanted = -1;
+        std::memcpy(&wanted, &object.value.llVal, each.size);
+        EXPECT_EQ(place, wanted);
+    }
+}
+
 TEST(ktstd_ComProperty, NumberThatDoesNotFitLeavesTheValue)
 {
     OneProperty object;
@@ -174,6 +196,21 @@ TEST(ktstd_ComProperty, ObjectIsHandedOverWithAReference)
     VariantClear(&object.value);
 }
 
+TEST(ktstd_ComProperty, ObjectWithoutAutomationIsHandedOverWithAReference)
+{
+    OneProperty held;
+    OneProperty object;
+    object.value.vt = VT_UNKNOWN;
+    object.value.punkVal = &held;
+    held.AddRef();
+    IUnknown* out = nullptr;
+    EXPECT_EQ(read(object, VT_UNKNOWN, out), code(S_OK));
+    EXPECT_EQ(out, &held);
+    EXPECT_EQ(held.holders, 2);
+    out->Release();
+    VariantClear(&object.value);
+}
+
 TEST(ktstd_ComProperty, ParentIsHeldOnceAndNullWhenThereIsNone)
 {
     OneProperty held;
@@ -204,6 +241,18 @@ TEST(ktstd_ComProperty, ArrayIsHandedOverWhenItsTypeIsTheOneAskedFor)
     EXPECT_EQ(read(object, VT_ARRAY | VT_UI1, out), code(DISP_E_TYPEMISMATCH));
     EXPECT_EQ(out, nullptr);
     EXPECT_EQ(read(object, VT_ARRAY | VT_R8, out), code(S_OK));
+    ASSERT_NE(out, nullptr);
+    EXPECT_NE(out, object.value.parray);
+    EXPECT_EQ(SafeArrayDestroy(out), S_OK);
+}
+
+TEST(ktstd_ComProperty, ArrayOfVariantsIsHandedOver)
+{
+    OneProperty object;
+    object.value.vt = VT_ARRAY | VT_VARIANT;
+    object.value.parray = SafeArrayCreateVector(VT_VARIANT, 0, 2);
+    SAFEARRAY* out = nullptr;
+    EXPECT_EQ(read(object, VT_ARRAY | VT_VARIANT, out), code(S_OK));
     ASSERT_NE(out, nullptr);
     EXPECT_NE(out, object.value.parray);
     EXPECT_EQ(SafeArrayDestroy(out), S_OK);

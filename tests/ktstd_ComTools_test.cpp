@@ -48,6 +48,16 @@ TEST(ktstd_ComTools, IdentifierIsLookedUpByName)
     EXPECT_EQ(object.Held(), 0);
 }
 
+TEST(ktstd_ComTools, NullNameIsRefusedUnasked)
+{
+    fake::World world;
+    fake::Object& object = world.Make("part");
+    long id = -77;
+    EXPECT_EQ(code(ComGetIdFromName(object.Ptr(), nullptr, id)), E_POINTER);
+    EXPECT_EQ(id, -77);
+    EXPECT_TRUE(world.Calls().empty());
+}
+
 TEST(ktstd_ComTools, StatusOfAFailureIsNegative)
 {
     fake::World world;
@@ -222,4 +232,17 @@ TEST(ktstd_ComTools, MissingPlacesAndBadCountsAreRefused)
     EXPECT_EQ(GetValuesFromSafeArray(array, 0, nowhere), S_OK);
     EXPECT_EQ(code(GetValuesFromSafeArray(array, 1, nowhere)), E_POINTER);
     SafeArrayDestroy(array);
+}
+
+TEST(ktstd_ComTools, CountThatNoArrayHoldsIsRefused)
+{
+    if constexpr (sizeof(long) > 4) {
+        const unsigned char bytes[1] = {1};
+        SAFEARRAY* array = nullptr;
+        const long tooMany = static_cast<long>(1LL << 31);
+        EXPECT_EQ(code(PutValuesInSafeArray(tooMany, bytes, &array)), E_INVALIDARG);
+        EXPECT_EQ(array, nullptr);
+    } else {
+        GTEST_SKIP() << "a long holds no such count here";
+    }
 }

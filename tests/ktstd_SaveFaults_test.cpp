@@ -327,6 +327,16 @@ TEST(ktstd_SaveFaults, MoveThatRunsOutOfMemoryLeavesTheOldFile)
     EXPECT_EQ(folder.Names(), Names{"data.kta"});
 }
 
+TEST(ktstd_SaveFaults, MoveOfAFileThatIsGoneGivesAnErrorAndKeepsTheTarget)
+{
+    const TempFolder folder;
+    const std::string path = folder.File("data.kta");
+    save(path, kOldSize);
+    ktstd_detail::FileCalls calls;
+    EXPECT_TRUE(calls.Move(fs::u8path(folder.File("gone")), fs::u8path(path)));
+    EXPECT_EQ(loadedSize(path), kOldSize);
+}
+
 TEST(ktstd_SaveFaults, NoFreeNameBesideTheTargetLeavesAllAsItWas)
 {
     class Taken : public ktstd_detail::FileCalls
@@ -371,6 +381,24 @@ TEST(ktstd_SaveFaults, TargetThatMustNotBeWrittenIsReplacedOrLeftAlone)
 }
 
 #if !defined(_WIN32) // There is no limit on the size of files there, and no process is forked.
+
+TEST(ktstd_SaveFaults, FileThatIsNotOpenIsNeitherFlushedNorClosed)
+{
+    ktstd_detail::FileCalls calls;
+    EXPECT_EQ(calls.Flush(-1), EBADF);
+    EXPECT_EQ(calls.Close(-1), EBADF);
+}
+
+TEST(ktstd_SaveFaults, FolderThatMayNotBeReadIsSavedInto)
+{
+    const TempFolder folder;
+    const std::string path = folder.File("data.kta");
+    fs::permissions(folder.Path(), fs::perms::owner_write | fs::perms::owner_exec);
+    EXPECT_NO_THROW(save(path, kNewSize));
+    fs::permissions(folder.Path(), fs::perms::owner_all);
+    EXPECT_EQ(loadedSize(path), kNewSize);
+    EXPECT_EQ(folder.Names(), Names{"data.kta"});
+}
 
 TEST(ktstd_SaveFaults, DiskThatFillsAtAnyByteLeavesTheOldFile)
 {

@@ -19,6 +19,11 @@ namespace {
 
 const ktstd_AsciiString kName("TestShared");
 
+Hnd_ktstd_Transient makeNothing()
+{
+    return Hnd_ktstd_Transient();
+}
+
 } // namespace
 
 TEST(ktstd_Schema, LastVersionIsTheOneRegistered)
@@ -51,4 +56,31 @@ TEST(ktstd_Schema, ClassThatTheArchiveDoesNotListHasANegativeVersion)
     ktstd_Archive archive(archiveHolding({1}));
     EXPECT_EQ(archive.IsStoring(), 0);
     EXPECT_LT(ktstd_Schema::ClassVersion("Stranger"), 0);
+}
+
+TEST(ktstd_Schema, ClassWithoutMakerHasAVersionButIsNotMade)
+{
+    EXPECT_EQ(ktstd_Schema::Register("Unmade", 2, nullptr), 1);
+    EXPECT_EQ(ktstd_Schema::LastClassVersion("Unmade"), 2);
+    EXPECT_EQ(ktstd_Schema::CanMake("Unmade"), 0);
+    EXPECT_NE(ktstd_Schema::Make("Unmade").IsNull(), 0);
+    EXPECT_EQ(ktstd_Schema::Unregister("Unmade"), 1);
+}
+
+TEST(ktstd_Schema, UnknownAndNullNamesAreNotUnregistered)
+{
+    EXPECT_EQ(ktstd_Schema::Unregister("Stranger"), 0);
+    EXPECT_EQ(ktstd_Schema::Unregister(nullptr), 0);
+}
+
+TEST(ktstd_Schema, VersionThatFourBytesDontHoldIsNotRegistered)
+{
+    if constexpr (sizeof(long) > 4) {
+        const long tooHigh = static_cast<long>(1LL << 31);
+        EXPECT_EQ(ktstd_Schema::Register("TooHigh", tooHigh, makeNothing), 0);
+        EXPECT_EQ(ktstd_Schema::Register("TooHigh", tooHigh - 1, makeNothing), 1);
+        EXPECT_EQ(ktstd_Schema::Unregister("TooHigh"), 1);
+    } else {
+        GTEST_SKIP() << "a long holds no such version here";
+    }
 }

@@ -135,6 +135,16 @@ TEST(ktstd_Pool, FreedBlockIsUsedAgain)
     FreePooled(second, 48);
 }
 
+TEST(ktstd_Pool, NothingTakesTheSmallestBlock)
+{
+    void* const nothing = AllocatePooled(0);
+    ASSERT_NE(nothing, nullptr);
+    FreePooled(nothing, 0);
+    void* const one = AllocatePooled(1);
+    EXPECT_EQ(one, nothing);
+    FreePooled(one, 1);
+}
+
 TEST(ktstd_Pool, NullIsFreedWithoutEffect)
 {
     const std::size_t before = PooledObjects();

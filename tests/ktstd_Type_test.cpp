@@ -92,6 +92,13 @@ TEST(ktstd_Type, IsAnObjectItself)
     EXPECT_EQ(Hnd_ktstd_Type::DownCast(type), TestShared_Type_());
 }
 
+TEST(ktstd_Type, IsCastToItsOwnClassAlone)
+{
+    const Hnd_ktstd_Transient type = ktstd_TShared_Type_();
+    EXPECT_EQ(Hnd_ktstd_Type::DownCast(type), type);
+    EXPECT_NE(Hnd_ktstd_SeqNode::DownCast(type).IsNull(), 0);
+}
+
 TEST(ktstd_Type, IsSubTypeOfItselfAndEveryAncestor)
 {
     const Hnd_ktstd_Type& child = TestChild_Type_();

@@ -98,6 +98,7 @@ TEST(ktstd_fail_Failure, IsRaisedItself)
         }
         return "raised nothing";
     };
+    EXPECT_EQ(ktstd_fail_Failure::TypeOfClass(), ktstd_fail_Failure_Type_());
     const char* const none = nullptr;
     EXPECT_EQ(messageOf([] { ktstd_fail_Failure::Raise("what went wrong"); }), "what went wrong");
     EXPECT_EQ(messageOf([&] { ktstd_fail_Failure::Raise(none); }), "");
@@ -133,6 +134,12 @@ TEST(ktstd_fail_NoSuchObject, IsRaisedWithItsMessage)
         "ktstd_fail_NoSuchObject", ktstd_fail_NoSuchObject_Type_());
 }
 
+TEST(ktstd_fail_NullObject, IsRaisedWithItsMessage)
+{
+    expectRaised<Hnd_ktstd_fail_NullObject, Hnd_ktstd_fail_OutOfRange>(
+        "ktstd_fail_NullObject", ktstd_fail_NullObject_Type_());
+}
+
 TEST(ktstd_fail_OutOfRange, IsRaisedWithItsMessage)
 {
     expectRaised<Hnd_ktstd_fail_OutOfRange, Hnd_ktstd_fail_FileIO>("ktstd_fail_OutOfRange",
@@ -154,6 +161,14 @@ TEST(ktstd_fail_FileIO, CarriesItsCode)
             ktstd_fail_FileIO::Raise(stream, static_cast<unsigned char>(code));
         }));
     }
+}
+
+TEST(ktstd_fail_Failure, StreamWithoutBufferGivesAnEmptyMessage)
+{
+    EXPECT_TRUE(kt_test::raises<Hnd_ktstd_fail_OutOfRange>("", [] {
+        std::strstream stream(nullptr, 0, std::ios_base::out);
+        ktstd_fail_OutOfRange::Raise(stream);
+    }));
 }
 
 TEST(ktstd_fail_Failure, OutlivesItsCatchBlockInAHandle)

@@ -23,6 +23,7 @@ kt_test(memory_tests
   memory_Containers_test.cpp
   memory_Host_test.cpp
   memory_Kernel_test.cpp
+  memory_Regressions_test.cpp
   memory_Sweep_test.cpp
   memory_Types_test.cpp
   memory_Values_test.cpp

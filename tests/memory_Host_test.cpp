@@ -8,6 +8,7 @@
 #include "ktmdl/ktmdl_BldRectangularProfile.h"
 #include "ktmdl/ktmdl_BldReference.h"
 #include "ktmdl/ktmdl_Host.h"
+#include "ktmdl/ktmdl_HostCall_detail.h"
 #include "ktmdl/ktmdl_Topo.h"
 #include "ktmdl/ktmdl_TopoHSeq.h"
 #include "ktstd/ktstd_Archive.h"
@@ -564,6 +565,33 @@ class HostCalls : public testing::TestWithParam<Operation>
 };
 
 } // namespace
+
+TEST(memory_HostCall, ErrorOfTheHostKeepsItsCodeWithoutMemoryForItsText)
+{
+    constexpr HRESULT kDenied = static_cast<HRESULT>(0x80070005u);
+    Scene scene;
+    fake::Object& object = scene.world.Make("object");
+    object.Method(1, [](const fake::Args& aArgs, VARIANT*) {
+        return aArgs.Exception(kDenied, L"not allowed");
+    });
+    const IDispatchPtr held = object.Ptr();
+    for (const long nth : {1L, 0L}) {
+        HRESULT code = S_OK;
+        bool hasText = false;
+        {
+            const kt_test::AllocationFault fault(nth, kt_test::Shortage::Lasting);
+            try {
+                ktmdl_detail::Call(held, 1, {});
+            } catch (const _com_error& error) {
+                code = error.Error();
+                const OwnWork own;
+                hasText = error.Description().length() != 0;
+            }
+        }
+        EXPECT_EQ(code, kDenied);
+        EXPECT_TRUE(hasText || nth != 0);
+    }
+}
 
 TEST_P(HostCalls, LoseNothingWhenMemoryRunsOut)
 {

@@ -3,6 +3,7 @@
 #include "com/Com.h"
 #include "ktstd/ktstd_Archive.h"
 #include "ktstd/ktstd_AsciiString.h"
+#include "ktstd/ktstd_BasicMap.h"
 #include "ktstd/ktstd_ComTools.h"
 #include "ktstd/ktstd_Debug.h"
 #include "ktstd/ktstd_Dim.h"
@@ -17,20 +18,26 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <map>
 #include <memory>
+#include <new>
 #include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
 
+using kt_test::Alive;
+using kt_test::AllocationFault;
 using kt_test::Leaves;
 using kt_test::Operation;
 using kt_test::operation;
 using kt_test::OwnWork;
+using kt_test::Shortage;
 using kt_test::Tells;
 
 const char* const kLong = "a text that is longer than what a string keeps within itself";
@@ -486,11 +493,72 @@ std::vector<Operation> operations()
     return all;
 }
 
+//! A map of the form with two arrays.
+class TwoArrays : public ktstd_BasicMap
+{
+public:
+    TwoArrays() : ktstd_BasicMap(0, 0) {}
+
+    //! Makes room for a number of keys, while memory runs out at an allocation.
+    //! @return  whether it ran out
+    bool CantGrowTo(long aSize, long aNth)
+    {
+        long buckets = 0;
+        ktstd_MapNode* first = nullptr;
+        ktstd_MapNode* second = nullptr;
+        try {
+            const AllocationFault fault(aNth, Shortage::Lasting);
+            BeginResize(aSize, buckets, first, second);
+        } catch (const std::bad_alloc&) {
+            return true;
+        }
+        EndResize(aSize, buckets, first, second);
+        return false;
+    }
+};
+
 class Kernel : public testing::TestWithParam<Operation>
 {
 };
 
 } // namespace
+
+TEST(memory_BasicMap, SecondArrayThatCantBeMadeTakesTheFirstWithIt)
+{
+    const Alive before = Alive::Now();
+    TwoArrays map;
+    EXPECT_TRUE(map.CantGrowTo(100, 2));
+    EXPECT_EQ(map.NbBuckets(), 0);
+    EXPECT_TRUE(Alive::Now() == before);
+    EXPECT_FALSE(map.CantGrowTo(100, 3)) << "two arrays are all it takes";
+    EXPECT_GT(map.NbBuckets(), 100);
+}
+
+TEST(memory_BasicMap, NoTableHasMoreThanTwoToTheThirtiethSlots)
+{
+    TwoArrays map;
+    const bool ranOut = map.CantGrowTo(std::numeric_limits<std::int32_t>::max(), 1);
+    const std::size_t size = AllocationFault::Size();
+    EXPECT_TRUE(ranOut);
+    EXPECT_EQ(size, (std::size_t{1} << 30) * sizeof(void*));
+}
+
+TEST(memory_TShared, ChainIsDeletedWithoutMemoryToPutDeletionsOff)
+{
+    const Alive before = Alive::Now();
+    Hnd_ktstd_TransientHSeq chain;
+    for (int i = 0; i < 500; ++i) {
+        const Hnd_ktstd_TransientHSeq outer(new ktstd_TransientHSeq);
+        outer->Append(chain);
+        chain = outer;
+    }
+    {
+        const AllocationFault fault(1, Shortage::Lasting);
+        chain.Nullify();
+    }
+    EXPECT_GT(AllocationFault::Asked(), 0) << "nothing was put off";
+    EXPECT_TRUE(Alive::Now() == before);
+}
 
 TEST_P(Kernel, LosesNothingWhenMemoryRunsOut)
 {

@@ -4,6 +4,7 @@
 #include "support/FakeDispatch.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
 #include <new>
 
@@ -14,6 +15,7 @@ std::atomic<long> sBlocks{0};
 bool sIsOn = false;
 long sOwnWork = 0;
 long sAsked = 0;
+std::atomic<std::size_t> sSize{0};
 long sNth = 0;
 kt_test::Shortage sShortage = kt_test::Shortage::Once;
 
@@ -30,6 +32,7 @@ bool mayAllocate() noexcept
 
 void* take(std::size_t aSize) noexcept
 {
+    sSize = aSize;
     void* const block = mayAllocate() ? std::malloc(aSize == 0 ? 1 : aSize) : nullptr;
     sBlocks += block != nullptr ? 1 : 0;
     return block;
@@ -111,6 +114,11 @@ AllocationFault::~AllocationFault()
 long AllocationFault::Asked() noexcept
 {
     return sAsked;
+}
+
+std::size_t AllocationFault::Size() noexcept
+{
+    return sSize;
 }
 
 OwnWork::OwnWork() noexcept

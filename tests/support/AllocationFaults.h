@@ -3,6 +3,8 @@
 //! operator new from here; once canFailStrings was called, strings and arrays ask here as well.
 #pragma once
 
+#include <cstddef>
+
 namespace kt_test {
 
 //! What fails once the chosen allocation has come.
@@ -25,6 +27,8 @@ public:
 
     //! Gives the number of allocations asked for by now, or while the last fault lived.
     [[nodiscard]] static long Asked() noexcept;
+    //! Gives the bytes that operator new was asked for last.
+    [[nodiscard]] static std::size_t Size() noexcept;
 };
 
 //! While it lives, allocations are neither counted nor failed: the test's own work inside an
