@@ -7,7 +7,7 @@ BENCH_PACKAGES := libbenchmark-dev libeigen3-dev libglm-dev libabsl-dev libboost
     libcereal-dev libgeos++-dev
 SANITIZE_PACKAGES := clang libclang-rt-14-dev llvm-14
 
-.PHONY: help demo test soak windows-test sanitize clang-test coverage branches sweep fuzz-smoke bench \
+.PHONY: help demo test soak windows-test sanitize clang-test coverage branches mutation sweep fuzz-smoke bench \
     bench-smoke format tidy clean
 
 help:
@@ -19,6 +19,7 @@ help:
 	@echo "make clang-test     build with clang++ and run every test"
 	@echo "make coverage       tell which lines of ktstd and ktmdl the tests reach"
 	@echo "make branches       tell which sides of the decisions in them the tests take"
+	@echo "make mutation       tell which small changes in ktstd and ktmdl no test notices"
 	@echo "make sweep          put every fault at every point, and write docs/sweeps.md"
 	@echo "make fuzz-smoke     replay what fuzzing found, and fuzz each target for 20 s"
 	@echo "make bench          time the libraries beside what a user would take instead"
@@ -85,6 +86,11 @@ branches:
 	rm -rf build/branches/profiles
 	ctest --preset branches --no-tests=error
 	scripts/branch-coverage.py build/branches
+
+mutation:
+	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES) python3
+	-tests/mutation/mutate.py --quick --jobs 2
+	tests/mutation/mutate.py --survivors --memory --jobs 2
 
 sweep:
 	@scripts/need.sh $(BUILD_PACKAGES) $(TEST_PACKAGES)

@@ -627,6 +627,21 @@ TEST(ktmdl_BldLoops, FailingEndsOfAChainsFirstEdgeAreRaised)
     scene.ExpectLog({});
 }
 
+TEST(ktmdl_BldLoops, InputEmptiedDuringAHostCallGetsTheLeftoversAllTheSame)
+{
+    Scene scene;
+    Trial run(scene, {line({0, 0, 0}, {1, 0, 0}), line({20, 0, 0}, {21, 0, 0})});
+    run.set.Object(1).Method(267, [&](const fake::Args& aArgs, VARIANT*) {
+        run.input->Clear();
+        aArgs.SetReals(0, {20, 0, 0});
+        aArgs.SetReals(1, {21, 0, 0});
+        return S_OK;
+    });
+    EXPECT_EQ(run.builder.Compute(), 0);
+    EXPECT_EQ(run.set.PlacesIn(run.input), (Places{0, 1}));
+    EXPECT_EQ(run.builder.Loops().IsNull(), 1);
+}
+
 TEST(ktmdl_BldLoops, FailingEndsOfAScannedEdgeAreRaised)
 {
     Scene scene;

@@ -12,6 +12,7 @@
 
 #include <fstream>
 #include <ios>
+#include <new>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -195,6 +196,24 @@ TEST(ktmdl_Diag, CaughtFailureWritesTwoLinesAndAcknowledges)
     EXPECT_EQ(failure->IsCaught(), 1);
 }
 
+TEST(ktmdl_Diag, LineThatMemoryRunsOutForIsLostAndUsesUpTheWidth)
+{
+    //! There is no memory to tell its class.
+    class Untold : public ktstd_fail_Failure
+    {
+    public:
+        using ktstd_fail_Failure::ktstd_fail_Failure;
+        const Hnd_ktstd_Type& DynamicType() const override { throw std::bad_alloc(); }
+    };
+    const LogCapture log;
+    const Hnd_ktstd_fail_Failure failure(new Untold("lost"));
+    ktstd_Debug::LogPrint().width(90);
+    EXPECT_NO_THROW(ktmdl_detail::ReportCaughtFailure(failure, "/a.cpp", "f", 7));
+    EXPECT_EQ(log.Text(), "EXCEPTION caught in /a.cpp{f} (7):\n");
+    EXPECT_EQ(ktstd_Debug::LogPrint().width(), 0);
+    EXPECT_EQ(failure->IsCaught(), 1);
+}
+
 TEST(ktmdl_Diag, CaughtFailureReportReadsItsPlace)
 {
     const LogCapture log;
@@ -249,6 +268,7 @@ TEST(ktmdl_Diag, NullPointerLineIgnoresTheStreamsFormatting)
     EXPECT_EQ(codeOf([] { ktmdl_detail::ComCheckPointer(nullptr, "pRef", "/a.cpp", 254); }),
               E_POINTER);
     EXPECT_EQ(log.Text(), "COM ERROR: pointer pRef is NULL (File: /a.cpp, Line: 254)\n");
+    EXPECT_EQ(ktstd_Debug::LogPrint().width(), 0) << "a width is good for one output";
 }
 
 TEST(ktmdl_Diag, NullPointerLineLeavesTheFormattingAsItWas)

@@ -318,6 +318,10 @@ TEST(ktmdl_Topo, UpdateDocDispatchesTakesADocumentWithoutIdentityForAnother)
             EXPECT_EQ(topo->mDispDoc.GetInterfacePtr(), own);
         }
     }
+    topo->mDispDoc = silent.Ptr();
+    ktstd_AsciiString name("part");
+    EXPECT_EQ(topo->UpdateDocDispatches(IDispatchPtr(), name), 0) << "nor is it no document";
+    EXPECT_EQ(topo->mDispDoc.GetInterfacePtr(), &silent);
     scene.ExpectNoCalls();
     scene.ExpectLog({});
 }

@@ -240,6 +240,7 @@ TEST(ktmdl_Topo, BuildNormalStopsAtTheFirstToleranceWithFacets)
     fake::Object& object = scriptFace(scene.world.Make("face"), 1, {0, 0, 1});
     object.Method(47, [](const fake::Args& aArgs, VARIANT*) {
         const bool fine = aArgs.Real(0) < 0.001;
+        EXPECT_EQ(*aArgs.At(2).pparray, nullptr) << "an earlier answer's array stands there";
         aArgs.SetNumber(1, fine ? 2 : 0);
         aArgs.SetReals(2, fine ? facetPoints(2) : std::vector<double>{7, 7, 7});
         return S_OK;

@@ -421,15 +421,21 @@ TEST(ktmdl_Topo, NewRaisesTheCodeOfAFailedLookUp)
     scene.ExpectLog({});
 }
 
-TEST(ktmdl_Topo, NewRaisesTheCodeInsideAnException)
+TEST(ktmdl_Topo, NewRaisesTheCodeAndTheTextsInsideAnException)
 {
     Scene scene;
     fake::Object& object = scene.world.Make("edge");
     object.Method(L"GetReferenceKey", [](const fake::Args& aArgs, VARIANT*) {
         return aArgs.Exception(static_cast<SCODE>(0x80010108u), L"gone");
     });
-    EXPECT_EQ(codeOf([&] { (void)ktmdl_Topo::New(object.Ptr()); }),
-              static_cast<HRESULT>(0x80010108u));
+    try {
+        (void)ktmdl_Topo::New(object.Ptr());
+        ADD_FAILURE() << "nothing was raised";
+    } catch (const _com_error& error) {
+        EXPECT_EQ(error.Error(), static_cast<HRESULT>(0x80010108u));
+        EXPECT_TRUE(error.Description() == _bstr_t(L"gone"));
+        EXPECT_TRUE(error.Source() == _bstr_t(L"host"));
+    }
 }
 
 TEST(ktmdl_Topo, NewOfANullObjectRaises)

@@ -209,18 +209,20 @@ TEST(ktstd_ArchiveDamage, UnknownFormatVersionsAreRefused)
 
 TEST(ktstd_ArchiveDamage, DirectoryMustLieInsideTheData)
 {
-    Bytes changed = sample();
-    changed[0x67] = 0x0D; // length of object 2: one byte more than there is behind its offset
-    EXPECT_TRUE(raisesCode(ktstd_fail_FileIO::kDamaged, [&] { ktstd_Archive a(sealed(changed)); }));
-    changed = sample();
-    changed[0x46] = 0x10; // offset of object 1: in the header
-    EXPECT_TRUE(raisesCode(ktstd_fail_FileIO::kDamaged, [&] { ktstd_Archive a(sealed(changed)); }));
-    changed = sample();
-    changed[0x56] = 1; // number of object 2
-    EXPECT_TRUE(raisesCode(ktstd_fail_FileIO::kDamaged, [&] { ktstd_Archive a(sealed(changed)); }));
-    changed = sample();
-    changed[0x77] = 1; // number of entries
-    EXPECT_TRUE(raisesCode(ktstd_fail_FileIO::kDamaged, [&] { ktstd_Archive a(sealed(changed)); }));
+    const auto damaged = [](const std::string& aWhat, std::size_t aByte, std::size_t aPlace,
+                            unsigned char aValue) {
+        Bytes changed = sample();
+        changed[aPlace] = aValue;
+        return raisesFileIO(ktstd_fail_FileIO::kDamaged, message("directory: " + aWhat, aByte),
+                            [&] { ktstd_Archive archive(sealed(changed)); });
+    };
+    // The entries begin at 0x3D and 0x56, the trailer at 0x6F; an entry is judged behind its end.
+    EXPECT_TRUE(damaged("object 2 is not inside the data", 0x6F, 0x67, 0x0D)) << "a byte too long";
+    EXPECT_TRUE(damaged("object 1 is not inside the data", 0x56, 0x46, 0x10)) << "in the header";
+    EXPECT_TRUE(damaged("wanted object 2, found 1", 0x6F, 0x56, 1));
+    EXPECT_TRUE(damaged("other bytes follow it", 0x56, 0x77, 1)) << "one entry less";
+    EXPECT_TRUE(damaged("wanted 4 bytes, found 0", 0x6F, 0x77, 3)) << "one entry more";
+    EXPECT_TRUE(damaged("a class name is empty", 0x42, 0x41, 0));
 }
 
 TEST(ktstd_ArchiveDamage, ReadingBeyondTheDataIsRefused)
@@ -359,7 +361,7 @@ TEST(ktstd_ArchiveDamage, ObjectsAsDeepAsAllowedFitASmallStack)
             ++loaded;
         }
     });
-    EXPECT_EQ(loaded, ktstd_Archive::kMaxDepth);
+    EXPECT_EQ(loaded, 200) << "what the format allows";
 }
 
 TEST(ktstd_ArchiveDamage, ObjectsDeeperThanAllowedAreRefused)
@@ -370,6 +372,7 @@ TEST(ktstd_ArchiveDamage, ObjectsDeeperThanAllowedAreRefused)
     Hnd_Link link;
     EXPECT_TRUE(raisesCode(ktstd_fail_FileIO::kTooDeep, [&] { archive >> link; }));
     EXPECT_EQ(Link::alive, before) << "objects half read must not stay";
+    EXPECT_NO_THROW(archive.Close()) << "no object is being loaded any more";
 }
 
 TEST(ktstd_ArchiveDamage, ObjectsDeeperThanAllowedAreNotStored)

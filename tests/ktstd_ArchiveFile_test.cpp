@@ -173,11 +173,14 @@ TEST(ktstd_ArchiveFile, SavingToAFolderOrIntoAMissingOneLeavesNothing)
 {
     const TempFolder folder;
     fs::create_directory(folder.Path() / "target");
-    EXPECT_TRUE(
-        raisesCode(ktstd_fail_FileIO::kCannotWrite, [&] { saveNumber(folder.File("target"), 1); }));
+    const std::string target = folder.File("target");
+    EXPECT_TRUE(raisesFileIO(ktstd_fail_FileIO::kCannotWrite,
+                             "write file \"" + target + "\": it is a folder",
+                             [&] { saveNumber(target, 1); }));
     EXPECT_TRUE(raisesCode(ktstd_fail_FileIO::kCannotWrite,
                            [&] { saveNumber(folder.File("missing/data.kta"), 1); }));
-    EXPECT_TRUE(raisesCode(ktstd_fail_FileIO::kCannotWrite, [] { saveNumber("", 1); }));
+    EXPECT_TRUE(raisesFileIO(ktstd_fail_FileIO::kCannotWrite, "write file \"\": the path is empty",
+                             [] { saveNumber("", 1); }));
     EXPECT_EQ(folder.Names(), Names{"target"});
     EXPECT_TRUE(fs::is_empty(folder.Path() / "target"));
 }

@@ -7,10 +7,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <string>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
+using kt_test::raises;
 using kt_test::raisesClass;
 
 static_assert(!std::is_default_constructible_v<ktstd_BaseSequence>);
@@ -22,6 +24,12 @@ namespace {
 
 using Ids = std::vector<int>;
 using OutOfRange = Hnd_ktstd_fail_OutOfRange;
+
+//! What a sequence of three says of an index that it doesn't have.
+std::string outOfThree(const std::string& aOperation, long aIdx)
+{
+    return "ktstd_BaseSequence::" + aOperation + " (aIdx=" + std::to_string(aIdx) + ", mSize=3)";
+}
 
 class NumberNode : public ktstd_SeqNode
 {
@@ -140,11 +148,14 @@ TEST(ktstd_BaseSequence, PositionsOutsideRaise)
 {
     Numbers sequence({1, 2, 3});
     for (const long index : {0L, -1L, 4L}) {
-        EXPECT_TRUE(raisesClass<OutOfRange>([&] { static_cast<void>(sequence.at(index)); }));
-        EXPECT_TRUE(raisesClass<OutOfRange>([&] { sequence.remove(index); }));
+        EXPECT_TRUE(raises<OutOfRange>(outOfThree("Find", index),
+                                       [&] { static_cast<void>(sequence.at(index)); }));
+        EXPECT_TRUE(
+            raises<OutOfRange>(outOfThree("Remove", index), [&] { sequence.remove(index); }));
     }
     for (const long index : {-1L, 4L}) {
-        EXPECT_TRUE(raisesClass<OutOfRange>([&] { sequence.insertAfter(index, 9); }));
+        EXPECT_TRUE(raises<OutOfRange>(outOfThree("PInsertAfter", index),
+                                       [&] { sequence.insertAfter(index, 9); }));
     }
     EXPECT_TRUE(gDeleted.empty());
     sequence.expectIs({1, 2, 3});
@@ -172,7 +183,10 @@ TEST(ktstd_BaseSequence, RemoveOfABadRangeRaisesAndDeletesNothing)
     Numbers sequence({1, 2, 3});
     const std::vector<std::pair<long, long>> ranges = {{0, 2}, {1, 4}, {3, 2}, {2, 1}, {-1, -1}};
     for (const auto& range : ranges) {
-        EXPECT_TRUE(raisesClass<OutOfRange>([&] { sequence.remove(range.first, range.second); }));
+        EXPECT_TRUE(raises<OutOfRange>("ktstd_BaseSequence::Remove (" +
+                                           std::to_string(range.first) + ", " +
+                                           std::to_string(range.second) + ", mSize=3)",
+                                       [&] { sequence.remove(range.first, range.second); }));
     }
     EXPECT_TRUE(gDeleted.empty());
     sequence.expectIs({1, 2, 3});
@@ -194,10 +208,13 @@ TEST(ktstd_BaseSequence, ExchangeAndReverseDeleteNothing)
 TEST(ktstd_BaseSequence, ExchangeOutsideRaises)
 {
     Numbers sequence({1, 2, 3});
-    EXPECT_TRUE(raisesClass<OutOfRange>([&] { sequence.Exchange(0, 1); }));
-    EXPECT_TRUE(raisesClass<OutOfRange>([&] { sequence.Exchange(1, 0); }));
-    EXPECT_TRUE(raisesClass<OutOfRange>([&] { sequence.Exchange(4, 1); }));
-    EXPECT_TRUE(raisesClass<OutOfRange>([&] { sequence.Exchange(1, 4); }));
+    const std::vector<std::pair<long, long>> pairs = {{0, 1}, {1, 0}, {4, 1}, {1, 4}};
+    for (const auto& pair : pairs) {
+        EXPECT_TRUE(raises<OutOfRange>("ktstd_BaseSequence::Exchange (" +
+                                           std::to_string(pair.first) + ", " +
+                                           std::to_string(pair.second) + ", mSize=3)",
+                                       [&] { sequence.Exchange(pair.first, pair.second); }));
+    }
     sequence.expectIs({1, 2, 3});
 }
 
@@ -232,7 +249,8 @@ TEST(ktstd_BaseSequence, SplitOutsideRaisesAndMovesNothing)
     Numbers sequence({1, 2, 3});
     Numbers tail;
     for (const long index : {0L, -1L, 4L}) {
-        EXPECT_TRUE(raisesClass<OutOfRange>([&] { sequence.split(index, tail); }));
+        EXPECT_TRUE(
+            raises<OutOfRange>(outOfThree("PSplit", index), [&] { sequence.split(index, tail); }));
     }
     sequence.expectIs({1, 2, 3});
     tail.expectIs({});

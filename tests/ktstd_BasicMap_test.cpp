@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <limits>
 #include <type_traits>
 #include <vector>
@@ -190,6 +191,16 @@ TEST(ktstd_MapIntegerHasher, HashLiesBetweenZeroAndTheBoundIncluded)
             EXPECT_TRUE(isHit) << "a bucket of " << bound << " is never used";
         }
     }
+}
+
+TEST(ktstd_MapIntegerHasher, HashIsTheFinishingStepOfMurmurHash3)
+{
+    // Published values of the 32-bit function for empty input, where the seed alone is finished:
+    // 1 gives 514E28B7, FFFFFFFF gives 81F16F39. The bound leaves the low 31 bits.
+    constexpr long kBound = std::numeric_limits<std::int32_t>::max();
+    EXPECT_EQ(ktstd_MapIntegerHasher::HashCode(0, kBound), 0);
+    EXPECT_EQ(ktstd_MapIntegerHasher::HashCode(1, kBound), 0x514E28B7);
+    EXPECT_EQ(ktstd_MapIntegerHasher::HashCode(-1, kBound), 0x01F16F39);
 }
 
 TEST(ktstd_MapIntegerHasher, ExtremeKeysHashLikeAllOthers)

@@ -128,7 +128,9 @@ TEST_F(ktstd_LogOpening, ErrorStateAndExceptionsOfTheLastWriterAreEnded)
     log.setstate(std::ios_base::badbit);
     log << std::setw(8) << 5; // fails, and leaves the width behind
     EXPECT_THROW(log.exceptions(std::ios_base::badbit), std::ios_base::failure);
-    ktstd_Debug::LogPrint() << 7 << '\n' << std::flush;
+    std::fstream& next = ktstd_Debug::LogPrint();
+    EXPECT_EQ(next.width(), 0);
+    next << 7 << '\n' << std::flush;
     EXPECT_EQ(textOf(path), "7\n");
 }
 

@@ -284,6 +284,29 @@ TEST(ktstd_SaveFaults, WriteInterruptedBySignalsGoesOn)
     EXPECT_EQ(loadedSize(path), kNewSize);
 }
 
+TEST(ktstd_SaveFaults, OneWriteTakesAtMost256MiB)
+{
+    class Counting : public ktstd_detail::FileCalls
+    {
+    public:
+        long long Write(int /*aFile*/, const unsigned char* /*aData*/,
+                        std::size_t aSize) noexcept override
+        {
+            sizes[std::min<std::size_t>(writes++, 2)] = aSize;
+            return static_cast<long long>(aSize);
+        }
+        std::size_t writes{0};
+        std::size_t sizes[3]{};
+    };
+    constexpr std::size_t kMost = std::size_t{256} * 1024 * 1024;
+    const TempFolder folder;
+    Counting calls;
+    ktstd_detail::WriteWholeFile(folder.File("data.kta"), Bytes(kMost + 1), calls);
+    EXPECT_EQ(calls.writes, 2U);
+    EXPECT_EQ(calls.sizes[0], kMost);
+    EXPECT_EQ(calls.sizes[1], 1U);
+}
+
 TEST(ktstd_SaveFaults, MoveThatRunsOutOfMemoryLeavesTheOldFile)
 {
     class Exhausted : public ktstd_detail::FileCalls

@@ -53,6 +53,28 @@ TEST(ktstd_Transient, NewObjectIsHeldByNobody)
     EXPECT_EQ(object->RefCount(), 0);
 }
 
+TEST(ktstd_Transient, LastHandleDeletesAnObjectThatIsNotShared)
+{
+    class Dying : public ktstd_Transient
+    {
+    public:
+        explicit Dying(int& aDeaths) : mDeaths(aDeaths) {}
+        Dying(const Dying&) = delete;
+        Dying& operator=(const Dying&) = delete;
+        ~Dying() override { ++mDeaths; }
+
+    private:
+        int& mDeaths;
+    };
+    int deaths = 0;
+    Hnd_ktstd_Transient first(new Dying(deaths));
+    Hnd_ktstd_Transient second(first);
+    first.Nullify();
+    EXPECT_EQ(deaths, 0);
+    second.Nullify();
+    EXPECT_EQ(deaths, 1);
+}
+
 TEST(ktstd_Transient, CountHas32BitsDirectlyBehindTheTable)
 {
     const SharedGuard guard;

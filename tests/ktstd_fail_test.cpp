@@ -187,6 +187,16 @@ TEST(ktstd_fail_Failure, OutlivesItsCatchBlockInAHandle)
     EXPECT_STREQ(kept->ClassName(), "ktstd_fail_OutOfRange");
 }
 
+TEST(ktstd_fail_Failure, LeavesTheStreamItsBuffer)
+{
+    std::strstream stream;
+    compose(stream);
+    EXPECT_TRUE(kt_test::raises<Hnd_ktstd_fail_OutOfRange>(
+        "value 12 of 3.5", [&] { ktstd_fail_OutOfRange::Raise(stream); }));
+    stream << std::string(10000, 'x');
+    EXPECT_TRUE(stream.good()) << "a frozen buffer does not grow";
+}
+
 TEST(ktstd_fail_Failure, MessageIsACopy)
 {
     Hnd_ktstd_fail_Failure kept;
