@@ -118,10 +118,11 @@ public:
 
     void Add(const Row& aRow, const Times& aTimes)
     {
-        const double ours = aTimes.Median("ours");
+        const auto repeats = static_cast<double>(aRow.repeats);
+        const double ours = aTimes.Median("ours") / repeats;
         mGrowth[aRow.name].emplace_back(aRow.size, ours);
         for (const Side& peer : aRow.peers) {
-            const double theirs = aTimes.Median(peer.name);
+            const double theirs = aTimes.Median(peer.name) / repeats;
             const double ratio = theirs / ours;
             nlohmann::json line = {{"name", aRow.name}, {"size", aRow.size},   {"ours", ours},
                                    {"peer", peer.name}, {"peer_time", theirs}, {"ratio", ratio}};
@@ -160,7 +161,8 @@ public:
             }
         }
         std::ofstream file(aPath);
-        file << nlohmann::json{{"seconds_per", "pass over all elements"}, {"rows", mLines}}.dump(1)
+        file << nlohmann::json{{"seconds_per", "one pass over the elements"}, {"rows", mLines}}
+                    .dump(1)
              << "\n";
         if (!file.flush()) {
             throw std::runtime_error("can't write \"" + aPath + "\"");

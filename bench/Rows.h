@@ -30,12 +30,13 @@ struct Side
 struct Row
 {
     std::string name;
-    long size{1}; //!< elements that one pass works on
+    long size{1}; //!< elements worked on
     Side ours;
     std::vector<Side> peers;
     //! Compares the results of all sides.
     //! @return  what differs; empty when nothing does
     std::function<std::string()> check;
+    long repeats{1}; //!< how often one pass does the work, where once would be too short to time
 };
 
 //! Puts a row at the end of the table.

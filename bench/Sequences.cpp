@@ -110,10 +110,14 @@ std::shared_ptr<Points> filled(long aSize)
 }
 
 //! Small sequences are many, so that a pass takes a time that can be measured.
+long manyOf(long aSize)
+{
+    return std::max(1L, 20000 / aSize);
+}
 template <class Points>
 struct Batch
 {
-    explicit Batch(long aSize) : all(static_cast<std::size_t>(std::max(1L, 20000 / aSize))) {}
+    explicit Batch(long aSize) : all(static_cast<std::size_t>(manyOf(aSize))) {}
 
     std::vector<Points> all;
 };
@@ -240,12 +244,14 @@ void addSequences()
         grow.ours.bytes = ourBytes;
         grow.peers[0].bytes = listBytes;
         grow.peers[1].bytes = vectorBytes;
+        grow.repeats = manyOf(size);
         add(grow);
         add({"sequence: clear",
              size,
              clearSide<ktmdl_Pnt3dSeq>("ours", size, 0.0),
              {clearSide<List>("std::list", size, 2.0), clearSide<Vector>("std::vector", size, 0.0)},
-             same});
+             same,
+             manyOf(size)});
         add({"sequence: walk by index",
              size,
              walkSide<ktmdl_Pnt3dSeq>("ours", size, 0.0),
