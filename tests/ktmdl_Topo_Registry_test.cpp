@@ -81,8 +81,8 @@ TEST(ktmdl_Topo, HashKeyOfAnyLengthAndPlaceIsTheSumByteForByte)
 {
     std::mt19937 random(1);
     std::vector<unsigned char> bytes(600);
-    for (unsigned char& byte : bytes) {
-        byte = static_cast<unsigned char>(random() % 3 == 0 ? 255 : random());
+    for (unsigned char& each : bytes) {
+        each = static_cast<unsigned char>(random() % 3 == 0 ? 255 : random());
     }
     for (const std::size_t start : {0U, 1U, 7U, 15U}) {
         std::uint32_t hash = 0;
