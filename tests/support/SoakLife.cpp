@@ -1151,8 +1151,8 @@ void Life::opNewByKey()
         }
     } else {
         key.resize(dice.below(40));
-        for (unsigned char& byte : key) {
-            byte = static_cast<unsigned char>(dice.below(3));
+        for (unsigned char& each : key) {
+            each = static_cast<unsigned char>(dice.below(3));
         }
     }
     const support::Array array(key);
