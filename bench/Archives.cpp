@@ -145,21 +145,27 @@ std::vector<Numbers<Count>> theirValues()
     return all;
 }
 
-// Storing all values, and loading them, once per library. The result of storing is complete data.
+// Storing all values, and loading them, once per library. What is stored is complete data; each
+// side leaves it where it made it.
 
+template <class Value>
+const std::vector<unsigned char>& ourStore(ktstd_Archive& aArchive, std::vector<Value>& aValues)
+{
+    for (Value& value : aValues) {
+        value.Serialize(aArchive);
+    }
+    return aArchive.Finish();
+}
 template <class Value>
 std::vector<unsigned char> ourStore(std::vector<Value>& aValues)
 {
     ktstd_Archive archive;
-    for (Value& value : aValues) {
-        value.Serialize(archive);
-    }
-    return archive.Finish();
+    return ourStore(archive, aValues);
 }
 template <class Value>
-void ourLoad(const std::vector<unsigned char>& aData, std::vector<Value>& aValues)
+void ourLoad(std::vector<unsigned char> aData, std::vector<Value>& aValues)
 {
-    ktstd_Archive archive(aData);
+    ktstd_Archive archive(std::move(aData));
     for (Value& value : aValues) {
         value.Serialize(archive);
     }
@@ -187,15 +193,18 @@ struct Cereal
 };
 
 template <class Library, class Values>
+void theirStore(std::ostringstream& aStream, Values& aValues)
+{
+    typename Library::Out archive(aStream);
+    for (auto& value : aValues) {
+        Library::put(archive, value);
+    }
+}
+template <class Library, class Values>
 std::string theirStore(Values& aValues)
 {
     std::ostringstream stream;
-    {
-        typename Library::Out archive(stream);
-        for (auto& value : aValues) {
-            Library::put(archive, value);
-        }
-    }
+    theirStore<Library>(stream, aValues);
     return stream.str();
 }
 template <class Library, class Values>
@@ -214,7 +223,10 @@ Side ourStoring()
 {
     return {"ours", [] {
                 const auto values = std::make_shared<std::vector<Value>>(ourValues<Value>());
-                return timedOnly([values] { consume(ourStore(*values).data()); });
+                return timedOnly([values] {
+                    ktstd_Archive archive;
+                    consume(ourStore(archive, *values).data());
+                });
             }};
 }
 template <class Value>
@@ -223,10 +235,13 @@ Side ourLoading()
     return {"ours", [] {
                 const auto values = std::make_shared<std::vector<Value>>(ourValues<Value>());
                 const auto data = std::make_shared<std::vector<unsigned char>>(ourStore(*values));
-                return timedOnly([values, data] {
-                    ourLoad(*data, *values);
-                    consume(values->data());
-                });
+                const auto taken = std::make_shared<std::vector<unsigned char>>();
+                return Steps{[data, taken] { *taken = *data; },
+                             [values, taken] {
+                                 ourLoad(std::move(*taken), *values);
+                                 consume(values->data());
+                             },
+                             nullptr};
             }};
 }
 template <class Library, std::size_t Count>
@@ -236,7 +251,11 @@ Side theirStoring(const char* aName)
             [] {
                 const auto values =
                     std::make_shared<std::vector<Numbers<Count>>>(theirValues<Count>());
-                return timedOnly([values] { consume(theirStore<Library>(*values).data()); });
+                return timedOnly([values] {
+                    std::ostringstream stream;
+                    theirStore<Library>(stream, *values);
+                    consume(&stream);
+                });
             },
             0.0, 3.0};
 }
@@ -404,21 +423,23 @@ std::shared_ptr<PlainTopo::List> theirTopos()
     return bodies;
 }
 
-std::vector<unsigned char> storeTopos(ktmdl_TopoSeq& aTopos)
+const std::vector<unsigned char>& storeTopos(ktstd_Archive& aArchive, ktmdl_TopoSeq& aTopos)
 {
-    ktstd_Archive archive;
-    aTopos.Serialize(archive);
-    return archive.Finish();
+    aTopos.Serialize(aArchive);
+    return aArchive.Finish();
 }
 
+template <class Library>
+void storeTopos(std::ostringstream& aStream, PlainTopo::List& aTopos)
+{
+    typename Library::Out archive(aStream);
+    Library::put(archive, aTopos);
+}
 template <class Library>
 std::string storeTopos(PlainTopo::List& aTopos)
 {
     std::ostringstream stream;
-    {
-        typename Library::Out archive(stream);
-        Library::put(archive, aTopos);
-    }
+    storeTopos<Library>(stream, aTopos);
     return stream.str();
 }
 
@@ -426,24 +447,29 @@ std::string storeTopos(PlainTopo::List& aTopos)
 std::shared_ptr<std::vector<unsigned char>> ourData()
 {
     const auto topos = ourTopos();
-    return std::make_shared<std::vector<unsigned char>>(storeTopos(*topos));
+    ktstd_Archive archive;
+    return std::make_shared<std::vector<unsigned char>>(storeTopos(archive, *topos));
 }
 
 Side ourToposStored()
 {
     return {"ours", [] {
                 const auto topos = ourTopos();
-                return timedOnly([topos] { consume(storeTopos(*topos).data()); });
+                return timedOnly([topos] {
+                    ktstd_Archive archive;
+                    consume(storeTopos(archive, *topos).data());
+                });
             }};
 }
 Side ourToposLoaded()
 {
     return {"ours", [] {
                 const auto data = ourData();
+                const auto taken = std::make_shared<std::vector<unsigned char>>();
                 const auto topos = std::make_shared<ktmdl_TopoSeq>();
-                return Steps{nullptr,
-                             [data, topos] {
-                                 ktstd_Archive archive(*data);
+                return Steps{[data, taken] { *taken = *data; },
+                             [taken, topos] {
+                                 ktstd_Archive archive(std::move(*taken));
                                  topos->Serialize(archive);
                                  consume(topos.get());
                              },
@@ -459,7 +485,11 @@ Side theirToposStored(const char* aName)
     return {aName,
             [] {
                 const auto topos = theirTopos();
-                return timedOnly([topos] { consume(storeTopos<Library>(*topos).data()); });
+                return timedOnly([topos] {
+                    std::ostringstream stream;
+                    storeTopos<Library>(stream, *topos);
+                    consume(&stream);
+                });
             },
             0.0, 3.0};
 }

@@ -1,5 +1,6 @@
 #include "ktstd/ktstd_ArchiveFormat_detail.h"
 
+#include "ktstd/ktstd_Checksum_detail.h"
 #include "ktstd/ktstd_fail.h"
 
 #include <algorithm>
@@ -14,27 +15,6 @@ constexpr std::size_t kCheckedTrailer = 20; //!< the part of the trailer under t
 constexpr std::array<unsigned char, 8> kEndMark = {'K', 'T', 'A', 'E', 'N', 'D', '\r', '\n'};
 
 using Reason = ktstd_fail_FileIO::Reason;
-
-//! CRC-32 as in IEEE 802.3: reflected, polynomial 0xEDB88320, start and end inverted.
-std::uint32_t checksum(const unsigned char* aBytes, std::size_t aSize) noexcept
-{
-    static const std::array<std::uint32_t, 256> sTable = [] {
-        std::array<std::uint32_t, 256> table{};
-        for (std::uint32_t i = 0; i < table.size(); ++i) {
-            std::uint32_t value = i;
-            for (int bit = 0; bit < 8; ++bit) {
-                value = (value & 1U) != 0 ? 0xEDB88320U ^ (value >> 1) : value >> 1;
-            }
-            table[i] = value;
-        }
-        return table;
-    }();
-    std::uint32_t crc = 0xFFFFFFFFU;
-    for (std::size_t i = 0; i < aSize; ++i) {
-        crc = sTable[(crc ^ aBytes[i]) & 0xFFU] ^ (crc >> 8);
-    }
-    return ~crc;
-}
 
 //! Reads a part of an archive and refuses to leave it.
 class PartReader
@@ -126,7 +106,7 @@ void checkTrailer(const Bytes& aBytes, const std::string& aSource)
                      trailer + 12, Reason::kTruncated);
     }
     const std::size_t checked = trailer + kCheckedTrailer;
-    if (Get<std::uint32_t>(aBytes.data() + checked) != checksum(aBytes.data(), checked)) {
+    if (Get<std::uint32_t>(aBytes.data() + checked) != Checksum(aBytes.data(), checked)) {
         RaiseLoading(aSource, "the checksum differs: bytes were changed", checked,
                      Reason::kAltered);
     }
@@ -242,7 +222,7 @@ Bytes BuildArchive(long aFormatVersion, const std::map<std::string, long>& aClas
     Put(bytes, directory);
     Put(bytes, static_cast<std::uint32_t>(aObjects.size()));
     Put(bytes, length);
-    Put(bytes, checksum(bytes.data(), bytes.size()));
+    Put(bytes, Checksum(bytes.data(), bytes.size()));
     bytes.insert(bytes.end(), kEndMark.begin(), kEndMark.end());
     return bytes;
 }

@@ -4,6 +4,7 @@ kt_test(ktstd_tests
   ktstd_ArchiveFile_test.cpp
   ktstd_ArchiveFormat_test.cpp
   ktstd_ArchiveSweep_test.cpp
+  ktstd_Checksum_test.cpp
   ktstd_Collections_test.cpp
   ktstd_ComProperty_test.cpp
   ktstd_LogOpening_test.cpp
@@ -27,6 +28,7 @@ kt_test(ktstd_tests
   support/FakeDispatch.cpp
   support/TestShared.cpp
   support/Links.cpp
+  "${PROJECT_SOURCE_DIR}/ktstd/ktstd_Checksum_detail.cpp"
   "${PROJECT_SOURCE_DIR}/ktstd/ktstd_File_detail.cpp"
   "${PROJECT_SOURCE_DIR}/ktstd/ktstd_Pool_detail.cpp"
   LINK ktstd)
