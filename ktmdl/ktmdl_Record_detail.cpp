@@ -6,12 +6,35 @@
 #include "ktstd/ktstd_Schema.h"
 #include "ktstd/ktstd_fail.h"
 
+#include <cstdint>
 #include <ostream>
 
 namespace ktmdl_detail {
 
+namespace {
+
+//! A class whose version was found good.
+struct Accepted
+{
+    const char* name;         //!< compared by its address
+    unsigned long long epoch; //!< of the schema then
+};
+
+//! Gives the place where the last good class of a few is noted.
+Accepted& acceptedLast(const char* aName) noexcept
+{
+    static Accepted sAccepted[16] = {};
+    return sAccepted[(reinterpret_cast<std::uintptr_t>(aName) >> 4) % 16];
+}
+
+} // namespace
+
 void CheckClassVersion(const char* aName)
 {
+    Accepted& accepted = acceptedLast(aName);
+    if (accepted.name == aName && accepted.epoch == ktstd_Schema::Epoch()) {
+        return;
+    }
     const ktstd_AsciiString name(aName);
     const long version = ktstd_Schema::ClassVersion(name);
     if (version < 0 || version > ktstd_Schema::LastClassVersion(name)) {
@@ -19,6 +42,7 @@ void CheckClassVersion(const char* aName)
         text << aName << ": bad class version [" << version << "]" << std::ends;
         ktstd_fail_FileIO::Raise(text, ktstd_fail_FileIO::kBadClassVersion);
     }
+    accepted = {aName, ktstd_Schema::Epoch()};
 }
 
 void EndOfClass(ktstd_Archive& aArchive, const char* aName)

@@ -18,7 +18,7 @@ static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == 8,
               "coordinates are stored as 64-bit IEEE 754 numbers");
 
 //! Checks the version of a class in the archive that is being loaded.
-//! @param aName  class name
+//! @param aName  class name; an array that never changes, known by its address
 //! @throws ktstd_fail_FileIO  code 16: the version is negative or above the newest one known
 void CheckClassVersion(const char* aName);
 

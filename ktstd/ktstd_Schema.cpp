@@ -31,8 +31,6 @@ std::map<std::string, Entry, std::less<>>& entries()
     return sEntries;
 }
 
-const ktstd_Archive* sArchiveBeingRead = nullptr;
-
 bool isGoodEntry(const char* aName, long aNewest) noexcept
 {
     if (aName == nullptr || aNewest < 0 || aNewest > std::numeric_limits<std::int32_t>::max()) {
@@ -44,11 +42,15 @@ bool isGoodEntry(const char* aName, long aNewest) noexcept
 
 } // namespace
 
+const ktstd_Archive* ktstd_Schema::sArchiveBeingRead = nullptr;
+unsigned long long ktstd_Schema::sEpoch = 1;
+
 unsigned char ktstd_Schema::Register(const char* aName, long aNewest, Maker aMaker)
 {
     if (!isGoodEntry(aName, aNewest)) {
         return 0;
     }
+    ++sEpoch;
     return entries().emplace(aName, Entry{aNewest, aMaker}).second ? 1 : 0;
 }
 
@@ -58,6 +60,7 @@ unsigned char ktstd_Schema::Unregister(const char* aName) noexcept
     if (found == entries().end()) {
         return 0;
     }
+    ++sEpoch;
     entries().erase(found);
     return 1;
 }
@@ -96,18 +99,6 @@ std::map<std::string, long> ktstd_Schema::NewestVersions()
         versions.emplace_hint(versions.end(), name, entry.newest);
     }
     return versions;
-}
-
-void ktstd_Schema::SetArchiveBeingRead(const ktstd_Archive* aArchive) noexcept
-{
-    sArchiveBeingRead = aArchive;
-}
-
-void ktstd_Schema::ForgetArchive(const ktstd_Archive* aArchive) noexcept
-{
-    if (sArchiveBeingRead == aArchive) {
-        sArchiveBeingRead = nullptr;
-    }
 }
 
 ktstd_SchemaEntry::ktstd_SchemaEntry(const char* aName, long aNewest,

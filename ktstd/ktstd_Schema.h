@@ -41,6 +41,9 @@ public:
     [[nodiscard]] static Hnd_ktstd_Transient Make(const std::string& aName);
     //! Tells whether objects of a class can be made: 1 or 0.
     [[nodiscard]] static unsigned char CanMake(const std::string& aName);
+    //! Gives a number that changes whenever ClassVersion or LastClassVersion may answer otherwise
+    //! than before, so that their answers can be kept as long as it stays.
+    [[nodiscard]] static unsigned long long Epoch() noexcept { return sEpoch; }
     //! Gives all classes with their newest versions.
     [[nodiscard]] static std::map<std::string, long> NewestVersions();
 
@@ -48,9 +51,23 @@ private:
     friend class ktstd_Archive;
 
     //! Tells which archive is being read; null for none.
-    static void SetArchiveBeingRead(const ktstd_Archive* aArchive) noexcept;
+    static void SetArchiveBeingRead(const ktstd_Archive* aArchive) noexcept
+    {
+        if (sArchiveBeingRead != aArchive) {
+            ++sEpoch;
+            sArchiveBeingRead = aArchive;
+        }
+    }
     //! Forgets an archive that ends.
-    static void ForgetArchive(const ktstd_Archive* aArchive) noexcept;
+    static void ForgetArchive(const ktstd_Archive* aArchive) noexcept
+    {
+        if (sArchiveBeingRead == aArchive) {
+            SetArchiveBeingRead(nullptr);
+        }
+    }
+
+    static const ktstd_Archive* sArchiveBeingRead;
+    static unsigned long long sEpoch;
 };
 
 //! Registers a class for as long as it lives: one static object in the class's source,

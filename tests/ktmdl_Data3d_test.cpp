@@ -4,6 +4,9 @@
 #include "ktmdl/ktmdl_Pnt3d.h"
 #include "ktmdl/ktmdl_Trsf3d.h"
 #include "ktmdl/ktmdl_Vec3d.h"
+#include "ktstd/ktstd_Archive.h"
+#include "ktstd/ktstd_AsciiString.h"
+#include "ktstd/ktstd_Schema.h"
 #include "support/Bits.h"
 #include "support/Failures.h"
 #include "support/RecordContract.h"
@@ -201,3 +204,41 @@ TEST(ktmdl_Data3d, OperationsStandInTheirSlots)
     EXPECT_EQ(slotOf(&Triple::Behind), 9);
 }
 #endif
+
+TEST(ktmdl_Data3d, VersionIsCheckedAnewWhenTheSchemaHasChanged)
+{
+    ktstd_Archive storing;
+    ktmdl_Pnt3d point(1.0, 2.0, 3.0);
+    point.Serialize(storing);
+    point.Serialize(storing);
+    point.Serialize(storing);
+    ktstd_Archive loading(storing.Finish());
+    ktmdl_Pnt3d loaded;
+    loaded.Serialize(loading);
+
+    ASSERT_EQ(ktstd_Schema::Unregister("ktmdl_Data3d"), 1);
+    EXPECT_TRUE(kt_test::raisesFileIO(16, "ktmdl_Data3d: bad class version [0]",
+                                      [&] { loaded.Serialize(loading); }));
+    ASSERT_EQ(ktstd_Schema::Register("ktmdl_Data3d", 0, nullptr), 1);
+    EXPECT_NO_THROW(loaded.Serialize(loading));
+    EXPECT_NO_THROW(loaded.Serialize(loading));
+}
+
+TEST(ktmdl_Data3d, VersionIsThatOfTheArchiveThatIsRead)
+{
+    ktmdl_Pnt3d point(1.0, 2.0, 3.0);
+    ktstd_Archive good;
+    point.Serialize(good);
+    point.Serialize(good);
+    ktstd_Archive newer;
+    newer.SetClassVersion("ktmdl_Data3d", 1);
+    point.Serialize(newer);
+    ktstd_Archive loadingGood(good.Finish());
+    ktstd_Archive loadingNewer(newer.Finish());
+
+    ktmdl_Pnt3d loaded;
+    loaded.Serialize(loadingGood);
+    EXPECT_TRUE(kt_test::raisesFileIO(16, "ktmdl_Data3d: bad class version [1]",
+                                      [&] { loaded.Serialize(loadingNewer); }));
+    EXPECT_NO_THROW(loaded.Serialize(loadingGood));
+}
