@@ -180,15 +180,20 @@ TEST(ktstd_ComProperty, NumberIsReadAsText)
     EXPECT_STREQ(text.ToCString(), "-12");
 }
 
-TEST(ktstd_ComProperty, ObjectIsHandedOverWithAReference)
+namespace {
+
+//! Reads an object that the property holds.
+//! @param aPlace  where a variant of the type keeps the object
+template <class Interface>
+void expectHandedOverWithAReference(VARTYPE aType, Interface*& (*aPlace)(VARIANT&))
 {
     OneProperty held;
     OneProperty object;
-    object.value.vt = VT_DISPATCH;
-    object.value.pdispVal = &held;
+    object.value.vt = aType;
+    aPlace(object.value) = &held;
     held.AddRef();
-    IDispatch* out = nullptr;
-    EXPECT_EQ(read(object, VT_DISPATCH, out), code(S_OK));
+    Interface* out = nullptr;
+    EXPECT_EQ(read(object, aType, out), code(S_OK));
     EXPECT_EQ(out, &held);
     EXPECT_EQ(held.holders, 2);
     out->Release();
@@ -196,19 +201,18 @@ TEST(ktstd_ComProperty, ObjectIsHandedOverWithAReference)
     VariantClear(&object.value);
 }
 
+} // namespace
+
+TEST(ktstd_ComProperty, ObjectIsHandedOverWithAReference)
+{
+    expectHandedOverWithAReference<IDispatch>(
+        VT_DISPATCH, [](VARIANT& value) -> IDispatch*& { return value.pdispVal; });
+}
+
 TEST(ktstd_ComProperty, ObjectWithoutAutomationIsHandedOverWithAReference)
 {
-    OneProperty held;
-    OneProperty object;
-    object.value.vt = VT_UNKNOWN;
-    object.value.punkVal = &held;
-    held.AddRef();
-    IUnknown* out = nullptr;
-    EXPECT_EQ(read(object, VT_UNKNOWN, out), code(S_OK));
-    EXPECT_EQ(out, &held);
-    EXPECT_EQ(held.holders, 2);
-    out->Release();
-    VariantClear(&object.value);
+    expectHandedOverWithAReference<IUnknown>(
+        VT_UNKNOWN, [](VARIANT& value) -> IUnknown*& { return value.punkVal; });
 }
 
 TEST(ktstd_ComProperty, ParentIsHeldOnceAndNullWhenThereIsNone)
