@@ -170,32 +170,34 @@ Side clearSide(const char* aName, long aSize, double aAim)
             0.0, aAim};
 }
 
-template <class Points>
-Side walkSide(const char* aName, long aSize, double aAim)
+//! Times work on one filled sequence.
+template <class Points, class Work>
+Side filledSide(const char* aName, long aSize, double aAim, Work aWork)
 {
     return {aName,
-            [aSize] {
+            [aSize, aWork] {
                 const auto points = filled<Points>(aSize);
-                return timedOnly([points] {
-                    const double sum = walk(*points);
-                    consume(&sum);
+                return timedOnly([points, aWork] {
+                    aWork(*points);
+                    consume(points.get());
                 });
             },
             0.0, aAim};
 }
 
 template <class Points>
+Side walkSide(const char* aName, long aSize, double aAim)
+{
+    return filledSide<Points>(aName, aSize, aAim, [](Points& points) {
+        const double sum = walk(points);
+        consume(&sum);
+    });
+}
+
+template <class Points>
 Side editSide(const char* aName, long aSize, double aAim)
 {
-    return {aName,
-            [aSize] {
-                const auto points = filled<Points>(aSize);
-                return timedOnly([points] {
-                    edit(*points);
-                    consume(points.get());
-                });
-            },
-            0.0, aAim};
+    return filledSide<Points>(aName, aSize, aAim, [](Points& points) { edit(points); });
 }
 
 template <class Points>
