@@ -15,7 +15,7 @@ KTSTD_HANDLE(ktmdl_SequenceNodeOfErosionPosSeq, Hnd_ktstd_SeqNode)
 KTMDL_EXPORT Hnd_ktstd_Type& ktmdl_SequenceNodeOfErosionPosSeq_Type_();
 
 //! A node of a ktmdl_ErosionPosSeq.
-class KTMDL_EXPORT ktmdl_SequenceNodeOfErosionPosSeq
+class KTMDL_EXPORT ktmdl_SequenceNodeOfErosionPosSeq final
     : public ktmdl_detail::ValueNode<ktmdl_ErosionPos>
 {
 public:

@@ -17,7 +17,8 @@ KTMDL_EXPORT Hnd_ktstd_Type& ktmdl_SequenceNodeOfdtm3CrdSeq_Type_();
 //! A node of a ktmdl_Pnt3dSeq.
 // On purpose: the name does not follow the sequence's; archives and the register of types know it.
 // Pinned by NodeHasItsType.
-class KTMDL_EXPORT ktmdl_SequenceNodeOfdtm3CrdSeq : public ktmdl_detail::ValueNode<ktmdl_Pnt3d>
+class KTMDL_EXPORT ktmdl_SequenceNodeOfdtm3CrdSeq final
+    : public ktmdl_detail::ValueNode<ktmdl_Pnt3d>
 {
 public:
     using ktmdl_detail::ValueNode<ktmdl_Pnt3d>::ValueNode;

@@ -16,7 +16,8 @@ KTSTD_HANDLE(ktmdl_SequenceNodeOfTopoSeq, Hnd_ktstd_SeqNode)
 KTMDL_EXPORT Hnd_ktstd_Type& ktmdl_SequenceNodeOfTopoSeq_Type_();
 
 //! A node of a ktmdl_TopoSeq.
-class KTMDL_EXPORT ktmdl_SequenceNodeOfTopoSeq : public ktmdl_detail::ValueNode<Hnd_ktmdl_Topo>
+class KTMDL_EXPORT ktmdl_SequenceNodeOfTopoSeq final
+    : public ktmdl_detail::ValueNode<Hnd_ktmdl_Topo>
 {
 public:
     using ktmdl_detail::ValueNode<Hnd_ktmdl_Topo>::ValueNode;

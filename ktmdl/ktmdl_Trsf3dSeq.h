@@ -15,7 +15,8 @@ KTSTD_HANDLE(ktmdl_SequenceNodeOfTrsf3dSeq, Hnd_ktstd_SeqNode)
 KTMDL_EXPORT Hnd_ktstd_Type& ktmdl_SequenceNodeOfTrsf3dSeq_Type_();
 
 //! A node of a ktmdl_Trsf3dSeq.
-class KTMDL_EXPORT ktmdl_SequenceNodeOfTrsf3dSeq : public ktmdl_detail::ValueNode<ktmdl_Trsf3d>
+class KTMDL_EXPORT ktmdl_SequenceNodeOfTrsf3dSeq final
+    : public ktmdl_detail::ValueNode<ktmdl_Trsf3d>
 {
 public:
     using ktmdl_detail::ValueNode<ktmdl_Trsf3d>::ValueNode;

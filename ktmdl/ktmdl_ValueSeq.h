@@ -42,7 +42,7 @@ private:
 //! element is removed. An element of the sequence itself may be given as argument.
 //! @tparam Sequence  the class that derives from this one
 //! @tparam Element   copyable
-//! @tparam Node      a ValueNode of Element
+//! @tparam Node      a final ValueNode of Element
 template <class Sequence, class Element, class Node>
 class KTMDL_VISIBLE ValueSeq : public ktstd_BaseSequence
 {
@@ -153,7 +153,7 @@ private:
         return static_cast<const Node*>(aNode)->Value();
     }
     static void* Untyped(ktstd_SeqNode* aNode) noexcept { return aNode; }
-    static void DeleteNode(ktstd_SeqNode* aNode) { delete aNode; }
+    static void DeleteNode(ktstd_SeqNode* aNode) { delete static_cast<Node*>(aNode); }
     static void* NodeDeleter() noexcept { return Deleter(&DeleteNode); }
 
     void CheckIndex(const char* aOperation, long aIdx, long aLowest) const
@@ -161,10 +161,6 @@ private:
         if (aIdx < aLowest || aIdx > mSize) {
             RaiseOutOfRange(aOperation, aIdx, mSize);
         }
-    }
-    [[nodiscard]] ktstd_SeqNode* NodeAt(long aIdx) const
-    {
-        return static_cast<ktstd_SeqNode*>(Find(aIdx));
     }
 
     //! Makes all nodes before it gives up the old ones: when one can't be made, nothing changes.

@@ -117,7 +117,14 @@ void* ktstd_BaseSequence::Find(long aIdx) const
 
 void ktstd_BaseSequence::PAppend(void* aNode)
 {
-    PInsertAfter(mSize, aNode);
+    CheckRoom();
+    ktstd_SeqNode* const node = nodeOf(aNode);
+    Join(mLastItem, node);
+    Join(node, nullptr);
+    ++mSize;
+    if (mCurrentItem == nullptr) {
+        ResetCursor();
+    }
 }
 
 void ktstd_BaseSequence::PPrepend(void* aNode)

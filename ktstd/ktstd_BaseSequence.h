@@ -59,6 +59,17 @@ protected:
     //! @param aIdx  1 to Length
     //! @return     a ktstd_SeqNode; borrowed
     [[nodiscard]] void* Find(long aIdx) const;
+    //! Does what Find does, for a position in range, without a call when it is that behind the
+    //! cursor, as at each step of a walk.
+    [[nodiscard]] ktstd_SeqNode* NodeAt(long aIdx) const
+    {
+        if (mCurrentItem == nullptr || aIdx != mCurrentIndex + 1) {
+            return static_cast<ktstd_SeqNode*>(Find(aIdx));
+        }
+        mCurrentItem = mCurrentItem->Next();
+        mCurrentIndex = aIdx;
+        return mCurrentItem;
+    }
     //! Removes the element at a position.
     //! @param aIdx      1 to Length
     //! @param aDeleter  from Deleter

@@ -1,5 +1,6 @@
 #include "ktstd/ktstd_Pool_detail.h"
 
+#include <cstdint>
 #include <new>
 
 namespace ktstd_detail {
@@ -12,7 +13,8 @@ std::size_t sAlive = 0;
 constexpr std::size_t kGrain = alignof(std::max_align_t);
 constexpr std::size_t kLargest = 256;
 constexpr std::size_t kChunkBytes = std::size_t{16} * 1024;
-static_assert(kGrain >= sizeof(void*) && kLargest % kGrain == 0);
+constexpr std::size_t kLine = 64; //!< bytes that the processor fetches together
+static_assert(kLine % kGrain == 0 && kLine > sizeof(void*) && kLargest % kGrain == 0);
 
 //! A free block, or the head of a chunk.
 struct Link
@@ -20,8 +22,16 @@ struct Link
     Link* next;
 };
 
+//! The blocks of one size.
+struct Blocks
+{
+    Link* free;           //!< blocks that were given back
+    unsigned char* fresh; //!< the part of the newest chunk that was never given out, up to end
+    unsigned char* end;
+};
+
 // Plain data, so that objects with static life can be freed whatever the order of destruction.
-Link* sFree[kLargest / kGrain] = {};
+Blocks sBlocks[kLargest / kGrain] = {};
 Link* sChunks = nullptr;
 
 //! Gives the chunks back when the library is unloaded, unless an object lives on.
@@ -35,8 +45,8 @@ struct ChunkRelease
         if (sAlive != 0) {
             return;
         }
-        for (Link*& list : sFree) {
-            list = nullptr;
+        for (Blocks& blocks : sBlocks) {
+            blocks = {};
         }
         while (sChunks != nullptr) {
             Link* const chunk = sChunks;
@@ -47,20 +57,33 @@ struct ChunkRelease
 };
 const ChunkRelease sChunkRelease;
 
-std::size_t sizeClass(std::size_t aSize) noexcept
+//! Tells whether memory of this size comes from the pool.
+constexpr bool isPooled(std::size_t aSize) noexcept
 {
-    return aSize == 0 ? 0 : (aSize - 1) / kGrain;
+    return aSize - 1 < kLargest;
+}
+//! @param aSize  of pooled memory
+Blocks& blocksOf(std::size_t aSize) noexcept
+{
+    return sBlocks[(aSize - 1) / kGrain];
+}
+constexpr std::size_t blockSizeOf(std::size_t aSize) noexcept
+{
+    return (aSize + kGrain - 1) / kGrain * kGrain;
 }
 
-void refill(std::size_t aClass)
+//! Gives the first block of a new chunk, whose rest becomes the fresh part.
+void* refill(Blocks& aBlocks, std::size_t aBlockSize)
 {
-    const std::size_t blockSize = (aClass + 1) * kGrain;
     auto* const memory = static_cast<unsigned char*>(::operator new(kChunkBytes));
     sChunks = ::new (memory) Link{sChunks};
-    // The first grain holds the link to the next chunk.
-    for (std::size_t at = kGrain; at + blockSize <= kChunkBytes; at += blockSize) {
-        sFree[aClass] = ::new (memory + at) Link{sFree[aClass]};
-    }
+    // The first block begins a line, so that small blocks lie in one line each.
+    const auto address = reinterpret_cast<std::uintptr_t>(memory) + sizeof(Link);
+    const std::size_t head = sizeof(Link) + (kLine - address % kLine) % kLine;
+    unsigned char* const first = memory + head;
+    aBlocks.fresh = first + aBlockSize;
+    aBlocks.end = first + (kChunkBytes - head) / aBlockSize * aBlockSize;
+    return first;
 }
 
 #endif
@@ -70,13 +93,17 @@ void refill(std::size_t aClass)
 void* AllocatePooled(std::size_t aSize)
 {
 #if defined(KTSTD_POOLING)
-    if (aSize <= kLargest) {
-        const std::size_t index = sizeClass(aSize);
-        if (sFree[index] == nullptr) {
-            refill(index);
+    if (isPooled(aSize)) {
+        Blocks& blocks = blocksOf(aSize);
+        void* block = blocks.free;
+        if (block != nullptr) {
+            blocks.free = blocks.free->next;
+        } else if (blocks.fresh != blocks.end) {
+            block = blocks.fresh;
+            blocks.fresh += blockSizeOf(aSize);
+        } else {
+            block = refill(blocks, blockSizeOf(aSize));
         }
-        Link* const block = sFree[index];
-        sFree[index] = block->next;
         ++sAlive;
         return block;
     }
@@ -87,8 +114,8 @@ void* AllocatePooled(std::size_t aSize)
 void FreePooled(void* aMemory, [[maybe_unused]] std::size_t aSize) noexcept
 {
 #if defined(KTSTD_POOLING)
-    if (aMemory != nullptr && aSize <= kLargest) {
-        Link*& list = sFree[sizeClass(aSize)];
+    if (aMemory != nullptr && isPooled(aSize)) {
+        Link*& list = blocksOf(aSize).free;
         list = ::new (aMemory) Link{list};
         --sAlive;
         return;

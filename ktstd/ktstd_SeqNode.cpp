@@ -1,5 +1,3 @@
 #include "ktstd/ktstd_SeqNode.h"
 
 KTSTD_DEFINE_TYPE(ktstd_SeqNode, ktstd_TShared)
-
-ktstd_SeqNode::~ktstd_SeqNode() = default;

@@ -24,7 +24,7 @@ public:
     {}
     ktstd_SeqNode(const ktstd_SeqNode&) = delete;
     ktstd_SeqNode& operator=(const ktstd_SeqNode&) = delete;
-    ~ktstd_SeqNode() override;
+    ~ktstd_SeqNode() override = default;
     KTSTD_DECLARE_TYPE(ktstd_SeqNode)
 
     [[nodiscard]] ktstd_SeqNode* Next() const noexcept { return mNext; }

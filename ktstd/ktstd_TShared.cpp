@@ -46,8 +46,6 @@ const ktstd_TShared* nextWaiting() noexcept
 
 KTSTD_DEFINE_TYPE(ktstd_TShared, ktstd_Transient)
 
-ktstd_TShared::~ktstd_TShared() = default;
-
 void ktstd_TShared::Delete() const
 {
     if (sNesting >= kMaxNesting && postpone(this)) {

@@ -26,7 +26,7 @@ public:
     ktstd_TShared& operator=(const ktstd_TShared&) noexcept = default;
 
     void Delete() const override;
-    ~ktstd_TShared() override;
+    ~ktstd_TShared() override = default;
     //! Writes and reads nothing: a shared object has no persistent state of its own here.
     void Serialize(ktstd_Archive& aArchive) override;
     KTSTD_DECLARE_TYPE(ktstd_TShared)

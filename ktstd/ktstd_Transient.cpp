@@ -26,8 +26,6 @@ Hnd_ktstd_Type& ktstd_Transient::TypeOfClass()
     return ktstd_Transient_Type_();
 }
 
-ktstd_Transient::~ktstd_Transient() = default;
-
 Hnd_ktstd_Transient ktstd_Transient::This() const
 {
     return Hnd_ktstd_Transient(this);

@@ -35,7 +35,7 @@ public:
     [[nodiscard]] virtual Hnd_ktstd_Transient This() const;
     //! Destroys the object. Called by the handle that takes the count to 0; nobody else calls it.
     virtual void Delete() const;
-    virtual ~ktstd_Transient();
+    virtual ~ktstd_Transient() = default;
     //! Writes the persistent state to a storing archive, reads it from a loading one.
     //! The root has none.
     virtual void Serialize(ktstd_Archive& aArchive);

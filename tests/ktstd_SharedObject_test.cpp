@@ -135,14 +135,30 @@ TEST(ktstd_Pool, FreedBlockIsUsedAgain)
     FreePooled(second, 48);
 }
 
-TEST(ktstd_Pool, NothingTakesTheSmallestBlock)
+TEST(ktstd_Pool, NothingIsNotPooled)
 {
+    const std::size_t before = PooledObjects();
     void* const nothing = AllocatePooled(0);
     ASSERT_NE(nothing, nullptr);
+    EXPECT_EQ(PooledObjects(), before);
     FreePooled(nothing, 0);
-    void* const one = AllocatePooled(1);
-    EXPECT_EQ(one, nothing);
-    FreePooled(one, 1);
+    EXPECT_EQ(PooledObjects(), before);
+}
+
+TEST(ktstd_Pool, SmallBlocksDoNotCrossLines)
+{
+    constexpr std::size_t kLine = 64;
+    for (const std::size_t size : {std::size_t{16}, std::size_t{32}, std::size_t{64}}) {
+        std::vector<void*> blocks(1000);
+        for (void*& block : blocks) {
+            block = AllocatePooled(size);
+            const auto address = reinterpret_cast<std::uintptr_t>(block);
+            EXPECT_EQ(address / kLine, (address + size - 1) / kLine) << size;
+        }
+        for (void* const block : blocks) {
+            FreePooled(block, size);
+        }
+    }
 }
 
 TEST(ktstd_Pool, NullIsFreedWithoutEffect)
