@@ -179,39 +179,54 @@ void readFullName(const IDispatchPtr& aDocument, const Hnd_ktstd_Session& aSessi
 }
 
 #if defined(__SSE2__)
-//! Hashes the key's blocks of 16 bytes. In each, neighbours are put together twice: bytes to 16
-//! bits, those to 32; no sum outgrows its bits. Two halves of the hash are kept side by side.
-//! @param aSize  receives the number of bytes that are left behind the blocks
-std::uint32_t hashOfBlocks(long& aSize, const unsigned char*& aKey) noexcept
+
+//! Gives the hashes of two runs of 8 bytes, in the low 32 bits of each half. Neighbours are put
+//! together twice: bytes to 16 bits, those to 32; no sum outgrows its bits.
+__m128i hashOfEights(__m128i aBytes) noexcept
 {
-    constexpr std::uint32_t kFiveTo8 = 390625;
-    constexpr std::uint32_t kFiveTo16 = kFiveTo8 * kFiveTo8; // modulo 2^32, as the hash
     const __m128i zero = _mm_setzero_si128();
     const __m128i fiveOne = _mm_set1_epi32(0x00010005);
     const __m128i fiveTo2One = _mm_set1_epi32(0x00010019);
     const __m128i fiveTo4 = _mm_set1_epi64x(625);
-    const __m128i fiveTo16 = _mm_set1_epi64x(kFiveTo16);
-    __m128i halves = zero;
+    const __m128i pairs = _mm_packs_epi32(_mm_madd_epi16(_mm_unpacklo_epi8(aBytes, zero), fiveOne),
+                                          _mm_madd_epi16(_mm_unpackhi_epi8(aBytes, zero), fiveOne));
+    const __m128i fours = _mm_madd_epi16(pairs, fiveTo2One);
+    return _mm_add_epi32(_mm_mul_epu32(fours, fiveTo4), _mm_srli_epi64(fours, 32));
+}
+
+//! Hashes the key's whole runs of 8 bytes, two at a time: two halves of the hash are kept side by
+//! side.
+//! @param aSize  receives the number of bytes that are left behind them
+std::uint32_t hashOfRuns(long& aSize, const unsigned char*& aKey) noexcept
+{
+    constexpr std::uint32_t kFiveTo8 = 390625;
+    const __m128i fiveTo16 = _mm_set1_epi64x(kFiveTo8 * kFiveTo8); // modulo 2^32, as the hash
+    __m128i halves = _mm_setzero_si128();
+    if (aSize >= 8 && (aSize & 8) != 0) {
+        // An odd run goes first, behind zeros: they leave a hash at 0.
+        const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(aKey));
+        halves = hashOfEights(_mm_slli_si128(bytes, 8));
+        aSize -= 8;
+        aKey += 8;
+    }
     for (; aSize >= 16; aSize -= 16, aKey += 16) {
         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(aKey));
-        const __m128i pairs =
-            _mm_packs_epi32(_mm_madd_epi16(_mm_unpacklo_epi8(bytes, zero), fiveOne),
-                            _mm_madd_epi16(_mm_unpackhi_epi8(bytes, zero), fiveOne));
-        const __m128i fours = _mm_madd_epi16(pairs, fiveTo2One);
-        const __m128i eights =
-            _mm_add_epi32(_mm_mul_epu32(fours, fiveTo4), _mm_srli_epi64(fours, 32));
-        halves = _mm_add_epi32(_mm_mul_epu32(halves, fiveTo16), eights);
+        const __m128i before = _mm_mul_epu32(halves, fiveTo16);
+        halves = _mm_add_epi32(before, hashOfEights(bytes));
     }
     const auto first = static_cast<std::uint32_t>(_mm_cvtsi128_si32(halves));
     const auto second =
         static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_unpackhi_epi64(halves, halves)));
     return first * kFiveTo8 + second;
 }
+
 #else
-std::uint32_t hashOfBlocks(long&, const unsigned char*&) noexcept
+
+std::uint32_t hashOfRuns(long&, const unsigned char*&) noexcept
 {
     return 0;
 }
+
 #endif
 
 //! Fills an empty name for DisconnectDocument and ReconnectDocument.
@@ -281,6 +296,7 @@ void ktmdl_Topo::setKey(long aSize, const unsigned char* aKey)
 //! Replaces the key.
 void ktmdl_Topo::takeKey(long aSize, std::unique_ptr<unsigned char[]> aKey) noexcept
 {
+    ktmdl_TopoMap::Rekey(*this);
     delete[] mKey;
     mKey = aKey.release();
     // On purpose: only the low 16 bits of the length are kept; the host's keys are far shorter.
@@ -326,19 +342,11 @@ Hnd_ktmdl_Topo ktmdl_Topo::New(const IDispatchPtr& aObject, unsigned char& aIsNe
 
 unsigned int ktmdl_Topo::HashKey(long aSize, const unsigned char* aKey) noexcept
 {
-    std::uint32_t hash = hashOfBlocks(aSize, aKey);
+    std::uint32_t hash = hashOfRuns(aSize, aKey);
     for (; aSize > 0; --aSize, ++aKey) {
         hash = hash * 5U + *aKey;
     }
     return hash;
-}
-
-unsigned char ktmdl_Topo::IsEqual(long aSize, const unsigned char* aKey) const noexcept
-{
-    return mKeySize == aSize &&
-                   (aSize <= 0 || std::memcmp(mKey, aKey, static_cast<std::size_t>(aSize)) == 0)
-               ? 1
-               : 0;
 }
 
 unsigned char ktmdl_Topo::RemoveFromMap(const Hnd_ktmdl_Topo& aTopo)
@@ -353,16 +361,7 @@ void ktmdl_Topo::ClearAllTopos()
 
 void ktmdl_Topo::ClearUnusedToposOnly()
 {
-    ktmdl_TopoSeq unused;
-    for (ktmdl_MapIteratorOfTopoMap it(registry()); it.More(); it.Next()) {
-        if (it.Key()->RefCount() == 1) {
-            unused.Append(it.Key());
-        }
-    }
-    for (long i = 1; i <= unused.Length(); ++i) {
-        registry().Remove(unused.Value(i));
-    }
-    unused.Clear();
+    registry().RemoveUnused();
 }
 
 void ktmdl_Topo::BindAllToposInMap()

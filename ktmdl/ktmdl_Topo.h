@@ -14,6 +14,7 @@
 #include "ktstd/ktstd_Type.h"
 
 #include <cstdint>
+#include <cstring>
 #include <iosfwd>
 #include <memory>
 
@@ -75,7 +76,13 @@ public:
     //! Gives the hash of a key: h = h * 5 + byte from first to last, modulo 2^32; 0 when empty.
     [[nodiscard]] static unsigned int HashKey(long aSize, const unsigned char* aKey) noexcept;
     //! Tells whether this reference has the given key, byte for byte.
-    [[nodiscard]] unsigned char IsEqual(long aSize, const unsigned char* aKey) const noexcept;
+    [[nodiscard]] unsigned char IsEqual(long aSize, const unsigned char* aKey) const noexcept
+    {
+        return mKeySize == aSize &&
+                       (aSize <= 0 || std::memcmp(mKey, aKey, static_cast<std::size_t>(aSize)) == 0)
+                   ? 1
+                   : 0;
+    }
 
     //! Takes a reference out of the registry; gives 1 when it was there.
     //! @throws ktstd_fail_NullObject  the handle is null and the registry is not empty
@@ -201,8 +208,7 @@ protected:
     ktmdl_Topo(long aSize, SAFEARRAY* aKey);
 
 private:
-    friend class ktmdl_StdMapNodeOfTopoMap; // counts the sets
-    friend class ktmdl_TopoMap;
+    friend class ktmdl_TopoMap; // counts the sets
 
     struct ChildGroup;
     struct ChangeLists;
@@ -222,6 +228,7 @@ private:
     void loadFields(ktstd_Archive& aArchive);
 
     std::uint32_t mNbSets{0}; //!< number of sets that hold this reference
+    bool mIsRekeyed{false};   //!< whether it got another key while a set held it
 };
 
 //! Writes a reference to the diagnostic log: one line with the name, which tells when the handle is

@@ -40,6 +40,16 @@ const Hnd_ktmdl_Topo& keyOf(const ktstd_MapNode* aNode) noexcept
     return static_cast<const ktmdl_StdMapNodeOfTopoMap*>(aNode)->Key();
 }
 
+//! References in sets that got another key meanwhile. While there are any, no hash that a node
+//! noted is believed.
+long sNbRekeyed = 0;
+
+//! Gives the hash of a node's key.
+unsigned int hashAt(const ktstd_MapNode* aNode)
+{
+    return sNbRekeyed != 0 ? hashOf(keyOf(aNode)) : aNode->Hash();
+}
+
 //! Gives the node that holds a reference.
 //! @param aChain     head of the bucket
 //! @param aPrevious  receives the node before it, null for the head
@@ -56,24 +66,23 @@ ktstd_MapNode* findIn(ktstd_MapNode* aChain, const Hnd_ktmdl_Topo& aTopo, ktstd_
     return nullptr;
 }
 
+//! Deletes nodes, the first one first.
+void deleteChain(ktstd_MapNode* aFirst)
+{
+    while (aFirst != nullptr) {
+        ktstd_MapNode* const next = aFirst->Next();
+        delete static_cast<ktmdl_StdMapNodeOfTopoMap*>(aFirst);
+        aFirst = next;
+    }
+}
+
 } // namespace
 
 ktmdl_StdMapNodeOfTopoMap::ktmdl_StdMapNodeOfTopoMap(const Hnd_ktmdl_Topo& aKey,
                                                      ktstd_MapNode* const& aNext) noexcept
     : ktstd_MapNode(aNext),
       mKey(aKey)
-{
-    if (mKey.IsNull() == 0) {
-        ++mKey->mNbSets;
-    }
-}
-
-ktmdl_StdMapNodeOfTopoMap::~ktmdl_StdMapNodeOfTopoMap()
-{
-    if (mKey.IsNull() == 0) {
-        --mKey->mNbSets;
-    }
-}
+{}
 
 long ktmdl_MapTopoHasher::HashCode(const Hnd_ktmdl_Topo& aTopo, long aUpper)
 {
@@ -143,10 +152,11 @@ Hnd_ktmdl_Topo ktmdl_TopoMap::FindByKey(long aSize, const unsigned char* aKey) c
     if (Extent() == 0) {
         return Hnd_ktmdl_Topo();
     }
-    ktstd_MapNode* const* const chain = ChainOf(ktmdl_Topo::HashKey(aSize, aKey));
+    const unsigned int hash = ktmdl_Topo::HashKey(aSize, aKey);
+    ktstd_MapNode* const* const chain = ChainOf(hash);
     for (const ktstd_MapNode* node = chain != nullptr ? *chain : nullptr; node != nullptr;
          node = node->Next()) {
-        if (keyOf(node)->IsEqual(aSize, aKey) != 0) {
+        if (hashAt(node) == hash && keyOf(node)->IsEqual(aSize, aKey) != 0) {
             return keyOf(node);
         }
     }
@@ -171,21 +181,21 @@ unsigned char ktmdl_TopoMap::Add(const Hnd_ktmdl_Topo& aTopo)
     if (Extent() == 0 || (IsGrowthSuppressed() == 0 && Extent() > NbBuckets())) {
         ReSize(Extent());
     }
-    ktstd_MapNode** const chain = ChainOf(hashOf(aTopo));
+    const unsigned int hash = hashOf(aTopo);
+    ktstd_MapNode** const chain = ChainOf(hash);
     ktstd_MapNode* previous = nullptr;
     // Only a reference that some set holds is looked for: what data make may all be in one chain.
     if (chain == nullptr || (aTopo->mNbSets != 0 && findIn(*chain, aTopo, previous) != nullptr)) {
         return 0;
     }
-    *chain = new ktmdl_StdMapNodeOfTopoMap(aTopo, *chain);
-    ++mExtent;
+    Link(new ktmdl_StdMapNodeOfTopoMap(aTopo, nullptr), hash, *chain);
     return 1;
 }
 
 unsigned char ktmdl_TopoMap::Remove(const Hnd_ktmdl_Topo& aTopo)
 {
     ktstd_MapNode* const node = Take(aTopo);
-    delete node;
+    delete static_cast<ktmdl_StdMapNodeOfTopoMap*>(node);
     return node != nullptr ? 1 : 0;
 }
 
@@ -203,12 +213,7 @@ ktstd_MapNode* ktmdl_TopoMap::Take(const Hnd_ktmdl_Topo& aTopo)
     if (node == nullptr) {
         return nullptr;
     }
-    --mExtent;
-    if (previous != nullptr) {
-        previous->SetNext(node->Next());
-    } else {
-        *chain = node->Next();
-    }
+    Unlink(node, previous, *chain);
     return node;
 }
 
@@ -216,10 +221,81 @@ ktstd_MapNode* ktmdl_TopoMap::Take(const Hnd_ktmdl_Topo& aTopo)
 //! by now. Takes no memory.
 void ktmdl_TopoMap::PutBack(ktstd_MapNode* aNode) noexcept
 {
-    ktstd_MapNode*& chain = *ChainOf(hashOf(keyOf(aNode)));
-    aNode->SetNext(chain);
-    chain = aNode;
+    const unsigned int hash = hashOf(keyOf(aNode));
+    Link(aNode, hash, *ChainOf(hash));
+}
+
+//! Puts a node in front of its chain.
+void ktmdl_TopoMap::Link(ktstd_MapNode* aNode, unsigned int aHash, ktstd_MapNode*& aChain) noexcept
+{
+    aNode->SetHash(aHash);
+    aNode->SetNext(aChain);
+    aChain = aNode;
     ++mExtent;
+    ++keyOf(aNode)->mNbSets;
+}
+
+//! Takes a node out of its chain.
+//! @param aPrevious  the node before it; null for the head
+void ktmdl_TopoMap::Unlink(ktstd_MapNode* aNode, ktstd_MapNode* aPrevious,
+                           ktstd_MapNode*& aChain) noexcept
+{
+    LeaveSet(*keyOf(aNode));
+    --mExtent;
+    if (aPrevious != nullptr) {
+        aPrevious->SetNext(aNode->Next());
+    } else {
+        aChain = aNode->Next();
+    }
+}
+
+//! Notes that a node of a set is gone.
+void ktmdl_TopoMap::LeaveSet(ktmdl_Topo& aTopo) noexcept
+{
+    --aTopo.mNbSets;
+    if (aTopo.mNbSets == 0 && aTopo.mIsRekeyed) {
+        aTopo.mIsRekeyed = false;
+        --sNbRekeyed;
+    }
+}
+
+//! Notes that a reference gets another key.
+void ktmdl_TopoMap::Rekey(ktmdl_Topo& aTopo) noexcept
+{
+    if (aTopo.mNbSets != 0 && !aTopo.mIsRekeyed) {
+        aTopo.mIsRekeyed = true;
+        ++sNbRekeyed;
+    }
+}
+
+//! Removes the references that nothing but this set holds. They die when all of them are out: what
+//! dies with one may use the map.
+void ktmdl_TopoMap::RemoveUnused()
+{
+    ktstd_MapNode* first = nullptr;
+    ktstd_MapNode* last = nullptr;
+    for (long b = 0; Extent() != 0 && b <= NbBuckets(); ++b) {
+        ktstd_MapNode*& chain = Buckets()[b];
+        ktstd_MapNode* previous = nullptr;
+        ktstd_MapNode* next = nullptr;
+        for (ktstd_MapNode* node = chain; node != nullptr; node = next) {
+            next = node->Next();
+            // One whose key leads elsewhere by now is not found by Remove and stays.
+            if (keyOf(node)->RefCount() != 1 || reduce(hashAt(node), NbBuckets()) != b) {
+                previous = node;
+                continue;
+            }
+            Unlink(node, previous, chain);
+            node->SetNext(nullptr);
+            if (last != nullptr) {
+                last->SetNext(node);
+            } else {
+                first = node;
+            }
+            last = node;
+        }
+    }
+    deleteChain(first);
 }
 
 void ktmdl_TopoMap::ReSize(long aSize)
@@ -236,7 +312,7 @@ void ktmdl_TopoMap::ReSize(long aSize)
         ktstd_MapNode* node = old[b];
         while (node != nullptr) {
             ktstd_MapNode* const next = node->Next();
-            ktstd_MapNode*& head = slots[ktmdl_MapTopoHasher::HashCode(keyOf(node), nbBuckets)];
+            ktstd_MapNode*& head = slots[reduce(hashAt(node), nbBuckets)];
             node->SetNext(head);
             head = node;
             node = next;
@@ -261,11 +337,10 @@ void ktmdl_TopoMap::Clear() noexcept
         }
     }
     Destroy();
-    while (chain != nullptr) {
-        ktstd_MapNode* const node = chain;
-        chain = node->Next();
-        delete node;
+    for (ktstd_MapNode* node = chain; node != nullptr; node = node->Next()) {
+        LeaveSet(*keyOf(node));
     }
+    deleteChain(chain);
 }
 
 //! Gives the slot of a key's bucket, in a map that has buckets; null when the hash has none.

@@ -17,7 +17,7 @@ KTSTD_HANDLE(ktmdl_StdMapNodeOfTopoMap, Hnd_ktstd_MapNode)
 KTMDL_EXPORT Hnd_ktstd_Type& ktmdl_StdMapNodeOfTopoMap_Type_();
 
 //! A node of a ktmdl_TopoMap.
-class KTMDL_EXPORT ktmdl_StdMapNodeOfTopoMap : public ktstd_MapNode
+class KTMDL_EXPORT ktmdl_StdMapNodeOfTopoMap final : public ktstd_MapNode
 {
 public:
     //! @param aKey   the reference; null in no set
@@ -25,7 +25,6 @@ public:
     ktmdl_StdMapNodeOfTopoMap(const Hnd_ktmdl_Topo& aKey, ktstd_MapNode* const& aNext) noexcept;
     ktmdl_StdMapNodeOfTopoMap(const ktmdl_StdMapNodeOfTopoMap&) = delete;
     ktmdl_StdMapNodeOfTopoMap& operator=(const ktmdl_StdMapNodeOfTopoMap&) = delete;
-    ~ktmdl_StdMapNodeOfTopoMap() override;
     KTSTD_DECLARE_TYPE(ktmdl_StdMapNodeOfTopoMap)
 
     [[nodiscard]] const Hnd_ktmdl_Topo& Key() const noexcept { return mKey; }
@@ -111,9 +110,14 @@ public:
 private:
     friend class ktmdl_Topo; // moves a reference to the bucket of its new key
 
+    static void LeaveSet(ktmdl_Topo& aTopo) noexcept;
+    static void Rekey(ktmdl_Topo& aTopo) noexcept;
     [[nodiscard]] ktstd_MapNode** ChainOf(unsigned int aHash) const noexcept;
+    void Link(ktstd_MapNode* aNode, unsigned int aHash, ktstd_MapNode*& aChain) noexcept;
+    void Unlink(ktstd_MapNode* aNode, ktstd_MapNode* aPrevious, ktstd_MapNode*& aChain) noexcept;
     [[nodiscard]] ktstd_MapNode* Take(const Hnd_ktmdl_Topo& aTopo);
     void PutBack(ktstd_MapNode* aNode) noexcept;
+    void RemoveUnused();
 };
 
 //! Calls Serialize: the archive's mode, not the operator, tells whether it stores or loads.

@@ -1,5 +1,3 @@
 #include "ktstd/ktstd_MapNode.h"
 
 KTSTD_DEFINE_TYPE(ktstd_MapNode, ktstd_TShared)
-
-ktstd_MapNode::~ktstd_MapNode() = default;

@@ -14,6 +14,7 @@ kt_test(ktmdl_tests
   ktmdl_Pnt2d_test.cpp
   ktmdl_Pnt3d_test.cpp
   ktmdl_TopoHSeq_test.cpp
+  ktmdl_TopoMap_Model_test.cpp
   ktmdl_TopoMap_test.cpp
   ktmdl_TopoSeq_test.cpp
   ktmdl_Trsf2d_test.cpp

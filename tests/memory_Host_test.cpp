@@ -254,7 +254,6 @@ void addReferences(std::vector<Operation>& aAll)
                                           [](const Subject& p) { return p.State(); }));
     };
     using Open = std::unique_ptr<Part>;
-    using Unused = std::unique_ptr<UnusedPart>;
     using Unmeasurable = std::unique_ptr<UnmeasurablePart>;
     using Bound = std::unique_ptr<BoundPart>;
     using Rekeyed = std::unique_ptr<RekeyedPart>;
@@ -273,8 +272,6 @@ void addReferences(std::vector<Operation>& aAll)
         [](Part& p) { p.made = ktmdl_Topo::New(p.face.Ptr()); });
     add(Open(), "NewOfAKnownObject", all, raises,
         [](Part& p) { p.made = ktmdl_Topo::New(p.body.Ptr()); });
-    add(Unused(), "ClearUnusedToposOnly", all, raises,
-        [](UnusedPart&) { ktmdl_Topo::ClearUnusedToposOnly(); });
     add(Open(), "BuildPersistentData", fresh, shows,
         [](Part& p) { note(p, p.topo->BuildPersistentData()); });
     add(Changed(), "HasChanged", fresh, shows, [](ChangedPart& p) {
@@ -540,6 +537,8 @@ std::vector<Operation> frugalOperations()
     add(std::unique_ptr<Assembly>(), "ktmdl_BldReference", computeReference);
     add(std::unique_ptr<BoundPart>(), "ktmdl_TopoClearAllTopos",
         [](BoundPart&) { ktmdl_Topo::ClearAllTopos(); });
+    add(std::unique_ptr<UnusedPart>(), "ktmdl_TopoClearUnusedToposOnly",
+        [](UnusedPart&) { ktmdl_Topo::ClearUnusedToposOnly(); });
     add(std::unique_ptr<BoundPart>(), "ktmdl_TopoRemoveFromMap",
         [](BoundPart& p) { ktmdl_Topo::RemoveFromMap(p.edgeTopo); });
     add(std::unique_ptr<BoundPart>(), "ktmdl_TopoIsClosed",
