@@ -34,6 +34,7 @@ public:
         ordinary, //!< of the size of coordinates
         whole,    //!< few whole numbers and both zeros, so that sums meet and vanish
         close,    //!< about a millionth from one another
+        distant,  //!< the same beside numbers next to which a millionth is rounded away
         wide,     //!< of any size, with what is no ordinary number among them
         last = wide
     };
@@ -63,6 +64,8 @@ private:
             return oneIn(2) ? kZeros[pick(2)] : pick(5) - 2.0;
         case close:
             return oneIn(4) ? kZeros[pick(2)] : (pick(9) - 4) * (kTol / 2) + pick(2);
+        case distant:
+            return oneIn(4) ? std::ldexp(pick(2) + 1.0, 26 + pick(10)) : ofKind(close);
         case wide:
             break;
         }
@@ -351,4 +354,4 @@ TEST_P(ktmdl_GeometryBits, Inverse)
 
 INSTANTIATE_TEST_SUITE_P(OfEveryKind, ktmdl_GeometryBits,
                          testing::Values(Numbers::ordinary, Numbers::whole, Numbers::close,
-                                         Numbers::wide));
+                                         Numbers::distant, Numbers::wide));
