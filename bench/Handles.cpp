@@ -4,11 +4,11 @@
 #include "ktmdl/ktmdl_Topo.h"
 #include "ktmdl/ktmdl_TopoHSeq.h"
 
+#include <sys/single_threaded.h>
+
 #include <algorithm>
 #include <memory>
 #include <random>
-
-#include <sys/single_threaded.h>
 
 namespace bench {
 
