@@ -4,6 +4,8 @@
 #include "ktmdl/ktmdl_Topo.h"
 #include "ktmdl/ktmdl_TopoHSeq.h"
 
+#include <sys/single_threaded.h>
+
 #include <algorithm>
 #include <memory>
 #include <random>
@@ -14,7 +16,7 @@ namespace {
 
 constexpr std::size_t kMany = 10000;
 
-//! Classes for std::shared_ptr with as many levels as the library's have.
+//! Classes for std::shared_ptr with as many levels as the library's have and objects of their size.
 struct Root
 {
     virtual ~Root() = default;
@@ -24,9 +26,11 @@ struct Middle : Root
 };
 struct Sequence : Middle
 {
+    unsigned char state[sizeof(ktmdl_TopoHSeq) - sizeof(Middle)]{};
 };
 struct Reference : Middle
 {
+    unsigned char state[sizeof(ktmdl_Topo) - sizeof(Middle)]{};
 };
 
 //! Every second object is a sequence, the others are references.
@@ -110,6 +114,15 @@ long cast(const Objects<Kind>& aObjects)
     return found;
 }
 
+//! Whether the C library takes the process for one with a single thread: std::shared_ptr counts
+//! without atomic operations then. A CAD host always has several.
+class Threads
+{
+public:
+    static void beSeveral() noexcept { __libc_single_threaded = 0; }
+    static void beOne() noexcept { __libc_single_threaded = 1; }
+};
+
 template <class Kind, class Work>
 Side side(const char* aName, Work aWork, double aAim)
 {
@@ -124,13 +137,26 @@ Side side(const char* aName, Work aWork, double aAim)
             0.0, aAim};
 }
 
+//! The same in a process with several threads.
+Side amongThreads(Side aSide)
+{
+    aSide.prepare = [prepare = aSide.prepare] {
+        Steps steps = prepare();
+        steps.before = Threads::beSeveral;
+        steps.after = Threads::beOne;
+        return steps;
+    };
+    return aSide;
+}
+
 template <class Work>
 void addRow(const char* aName, Work aWork)
 {
     add({aName,
          static_cast<long>(kMany),
          side<Handles>("ours", aWork, 0.0),
-         {side<SharedPointers>("std::shared_ptr", aWork, 3.0)},
+         {side<SharedPointers>("std::shared_ptr, 1 thread", aWork, 3.0),
+          amongThreads(side<SharedPointers>("std::shared_ptr", aWork, 3.0))},
          [] {
              const Objects<Handles> ours;
              const Objects<SharedPointers> theirs;

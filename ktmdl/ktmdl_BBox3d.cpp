@@ -7,6 +7,7 @@
 #include "ktstd/ktstd_Archive.h"
 #include "ktstd/ktstd_Schema.h"
 
+#include <cmath>
 #include <utility>
 
 using ktmdl_detail::kTolerance;
@@ -33,6 +34,80 @@ void growToPoint(double& aLower, double& aUpper, double aCoordinate)
     if (aCoordinate - kTolerance > aUpper) {
         aUpper = aCoordinate;
     }
+}
+
+//! Sums of a few numbers that are less than this together are rounded by far less than the
+//! tolerance.
+constexpr double kModest = 1e8;
+
+//! Both ends of one side of a box times a factor.
+struct Ends
+{
+    Ends(double aFactor, double aMin, double aMax) : Ends(aFactor * aMin, aFactor * aMax) {}
+    Ends(double aFirst, double aSecond)
+        : lower(aFirst < aSecond ? aFirst : aSecond),
+          upper(aFirst < aSecond ? aSecond : aFirst)
+    {}
+    //! Tells whether they are the same number or too far apart for the tolerance.
+    [[nodiscard]] bool AreClear() const
+    {
+        const double length = upper - lower;
+        return length > 2.0 * kTolerance || length == 0.0;
+    }
+
+    double lower;
+    double upper;
+};
+
+//! Gives the range on one axis from the outermost corners alone. For numbers that are less than
+//! kModest together it is that of all corners if no other corner is both farther in and so near
+//! that the tolerance would keep it.
+//! @return  false when another corner may count
+bool rangeOfOutermost(const double (&aRow)[4], const double (&aMin)[3], const double (&aMax)[3],
+                      double& aLower, double& aUpper)
+{
+    const Ends x(aRow[0], aMin[0], aMax[0]);
+    const Ends y(aRow[1], aMin[1], aMax[1]);
+    const Ends z(aRow[2], aMin[2], aMax[2]);
+    const double move = aRow[3];
+    aLower = x.lower + y.lower + z.lower + move;
+    aUpper = x.upper + y.upper + z.upper + move;
+    // Only with this translation can corners be zeros of different sign.
+    const bool mayBeMinusZero = move == 0.0 && std::signbit(move);
+    return x.AreClear() && y.AreClear() && z.AreClear() && !mayBeMinusZero;
+}
+
+//! Gives the range on one axis, with the corners added in their order.
+void rangeOfAll(const double (&aRow)[4], const double (&aMin)[3], const double (&aMax)[3],
+                double& aLower, double& aUpper)
+{
+    const double x[2] = {aRow[0] * aMin[0], aRow[0] * aMax[0]};
+    const double y[2] = {aRow[1] * aMin[1], aRow[1] * aMax[1]};
+    const double z[2] = {aRow[2] * aMin[2], aRow[2] * aMax[2]};
+    // A walk around the bottom, then around the top.
+    const double around[4] = {x[0] + y[0], x[1] + y[0], x[1] + y[1], x[0] + y[1]};
+    double lower = around[0] + z[0] + aRow[3];
+    double upper = lower;
+    for (int i = 1; i < 8; ++i) {
+        growToPoint(lower, upper, around[i % 4] + z[i / 4] + aRow[3]);
+    }
+    aLower = lower;
+    aUpper = upper;
+}
+
+//! Bounds the sum of the sizes of all products and translations in a transformation of a box.
+double sizeOfTerms(const double (&aMatrix)[4][4], const double (&aMin)[3], const double (&aMax)[3])
+{
+    double columns[4];
+    for (int c = 0; c < 4; ++c) {
+        columns[c] = std::fabs(aMatrix[0][c]) + std::fabs(aMatrix[1][c]) + std::fabs(aMatrix[2][c]);
+    }
+    double sides[3];
+    for (int i = 0; i < 3; ++i) {
+        sides[i] = std::fabs(aMin[i]) + std::fabs(aMax[i]);
+    }
+    return (columns[0] + columns[1] + columns[2] + columns[3]) *
+           (sides[0] + sides[1] + sides[2] + 1.0);
 }
 
 bool overlaps(double aLower, double aUpper, double aOtherLower, double aOtherUpper)
@@ -179,16 +254,18 @@ void ktmdl_BBox3d::Transform(const ktmdl_Trsf3d& aTrsf)
         order(mMin.mZ, mMax.mZ);
         return;
     }
-    ktmdl_Pnt3d corners[8] = {
-        ktmdl_Pnt3d(mMin.mX, mMin.mY, mMin.mZ), ktmdl_Pnt3d(mMax.mX, mMin.mY, mMin.mZ),
-        ktmdl_Pnt3d(mMax.mX, mMax.mY, mMin.mZ), ktmdl_Pnt3d(mMin.mX, mMax.mY, mMin.mZ),
-        ktmdl_Pnt3d(mMin.mX, mMin.mY, mMax.mZ), ktmdl_Pnt3d(mMax.mX, mMin.mY, mMax.mZ),
-        ktmdl_Pnt3d(mMax.mX, mMax.mY, mMax.mZ), ktmdl_Pnt3d(mMin.mX, mMax.mY, mMax.mZ)};
-    corners[0].Transform(aTrsf);
-    ktmdl_BBox3d box(corners[0], corners[0]);
-    for (int i = 1; i < 8; ++i) {
-        corners[i].Transform(aTrsf);
-        box.Add(corners[i]);
+    const auto& m = aTrsf.mMatrix;
+    const double low[3] = {mMin.mX, mMin.mY, mMin.mZ};
+    const double high[3] = {mMax.mX, mMax.mY, mMax.mZ};
+    double lower[3];
+    double upper[3];
+    const bool isDone = sizeOfTerms(m, low, high) < kModest &&
+                        rangeOfOutermost(m[0], low, high, lower[0], upper[0]) &&
+                        rangeOfOutermost(m[1], low, high, lower[1], upper[1]) &&
+                        rangeOfOutermost(m[2], low, high, lower[2], upper[2]);
+    for (int i = 0; i < 3 && !isDone; ++i) {
+        rangeOfAll(m[i], low, high, lower[i], upper[i]);
     }
-    *this = box;
+    mMin.Set(lower[0], lower[1], lower[2]);
+    mMax.Set(upper[0], upper[1], upper[2]);
 }

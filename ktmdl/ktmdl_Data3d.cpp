@@ -16,20 +16,6 @@ const ktstd_SchemaEntry schemaEntry(kClassName);
 
 } // namespace
 
-ktmdl_Data3d::~ktmdl_Data3d() = default;
-
-void ktmdl_Data3d::Copy(const ktmdl_Data3d& aOther) noexcept
-{
-    Set(aOther);
-}
-
-// NOLINTNEXTLINE(misc-unconventional-assign-operator): as declared
-ktmdl_Data3d& ktmdl_Data3d::operator=(const ktmdl_Data3d& aOther) noexcept
-{
-    Set(aOther);
-    return *this;
-}
-
 ktmdl_Trsf3d ktmdl_Data3d::Trsf() const
 {
     return ktmdl_Trsf3d(mX, mY, mZ);
@@ -47,18 +33,6 @@ void ktmdl_Data3d::Serialize(ktstd_Archive& aArchive)
         Set(block[0], block[1], block[2]);
     }
     ktmdl_detail::EndOfClass(aArchive, kClassName);
-}
-
-void ktmdl_Data3d::Set(const ktmdl_Data3d& aOther) noexcept
-{
-    Set(aOther.mX, aOther.mY, aOther.mZ);
-}
-
-void ktmdl_Data3d::Set(double aX, double aY, double aZ) noexcept
-{
-    mX = aX;
-    mY = aY;
-    mZ = aZ;
 }
 
 unsigned char ktmdl_Data3d::IsSameTriple(const ktmdl_Data3d& aOther,

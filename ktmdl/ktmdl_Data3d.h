@@ -24,13 +24,17 @@ public:
     explicit ktmdl_Data3d(const double* aXYZ) noexcept : mX(aXYZ[0]), mY(aXYZ[1]), mZ(aXYZ[2]) {}
     ktmdl_Data3d(const ktmdl_Data3d&) noexcept = default;
 
-    virtual ~ktmdl_Data3d();
+    virtual ~ktmdl_Data3d() = default;
     //! Takes over the three coordinates of another triple and nothing else of it: an axis copied
     //! through this operation keeps its directions.
-    virtual void Copy(const ktmdl_Data3d& aOther) noexcept;
+    virtual void Copy(const ktmdl_Data3d& aOther) noexcept { Set(aOther); }
     //! The same as Copy.
     // NOLINTNEXTLINE(misc-unconventional-assign-operator): assigned through the triple as well
-    virtual ktmdl_Data3d& operator=(const ktmdl_Data3d& aOther) noexcept;
+    virtual ktmdl_Data3d& operator=(const ktmdl_Data3d& aOther) noexcept
+    {
+        Set(aOther);
+        return *this;
+    }
     //! Turns about an axis.
     //! @param aAxis   its direction is used as stored; may be part of this object
     //! @param aAngle  radians
@@ -47,8 +51,13 @@ public:
     virtual void Serialize(ktstd_Archive& aArchive);
 
     //! Takes over the three coordinates of another triple.
-    void Set(const ktmdl_Data3d& aOther) noexcept;
-    void Set(double aX, double aY, double aZ) noexcept;
+    void Set(const ktmdl_Data3d& aOther) noexcept { Set(aOther.mX, aOther.mY, aOther.mZ); }
+    void Set(double aX, double aY, double aZ) noexcept
+    {
+        mX = aX;
+        mY = aY;
+        mZ = aZ;
+    }
 
     double mX{0.0};
     double mY{0.0};

@@ -28,31 +28,66 @@ double fromIdentity(const Matrix& aMatrix, int aRow, int aColumn)
     return std::fabs(aMatrix[aRow][aColumn] - (aRow == aColumn ? 1.0 : 0.0));
 }
 
-//! Gives the product of two matrices.
+//! Gives the product of two matrices, which may be either of them.
 void multiply(const Matrix& aLeft, const Matrix& aRight, Matrix& aProduct)
 {
+    Matrix right;
+    std::memcpy(right, aRight, sizeof(right));
     for (int r = 0; r < 4; ++r) {
+        const double left[4] = {aLeft[r][0], aLeft[r][1], aLeft[r][2], aLeft[r][3]};
         for (int c = 0; c < 4; ++c) {
-            aProduct[r][c] = aLeft[r][0] * aRight[0][c] + aLeft[r][1] * aRight[1][c] +
-                             aLeft[r][2] * aRight[2][c] + aLeft[r][3] * aRight[3][c];
+            aProduct[r][c] = left[0] * right[0][c] + left[1] * right[1][c] + left[2] * right[2][c] +
+                             left[3] * right[3][c];
         }
     }
 }
 
-//! Gives the signed determinant of what is left without a row and a column.
-double cofactor(const Matrix& aMatrix, int aRow, int aColumn)
+//! Signs of the determinants in an adjugate; a factor turns the sign of zero too.
+constexpr double kSigns[2][4] = {{1.0, -1.0, 1.0, -1.0}, {-1.0, 1.0, -1.0, 1.0}};
+
+//! Gives the transposed matrix of the signed determinants of what is left without a row and a
+//! column. Those without rows 0 to 3 are worked out side by side.
+void adjugate(const Matrix& m, Matrix& aAdjugate)
 {
-    double minor[9];
-    int n = 0;
-    for (int r = 0; r < 4; ++r) {
-        for (int c = 0; c < 4; ++c) {
-            if (r != aRow && c != aColumn) {
-                minor[n++] = aMatrix[r][c];
-            }
-        }
+    // Per column: the upper, middle and lower one of the three rows that are left.
+    double upper[4][4];
+    double middle[4][4];
+    double lower[4][4];
+    for (int c = 0; c < 4; ++c) {
+        upper[c][0] = m[1][c];
+        middle[c][0] = middle[c][1] = m[2][c];
+        lower[c][0] = lower[c][1] = lower[c][2] = m[3][c];
+        upper[c][1] = upper[c][2] = upper[c][3] = m[0][c];
+        middle[c][2] = middle[c][3] = m[1][c];
+        lower[c][3] = m[2][c];
     }
-    const double determinant = ktmdl::Determinant33Matrix(minor);
-    return (aRow + aColumn) % 2 == 0 ? determinant : -determinant;
+    const auto minor = [&](int c, int d, double(&aMinor)[4]) {
+        for (int i = 0; i < 4; ++i) {
+            aMinor[i] = middle[c][i] * lower[d][i] - middle[d][i] * lower[c][i];
+        }
+    };
+    double m01[4];
+    double m02[4];
+    double m03[4];
+    double m12[4];
+    double m13[4];
+    double m23[4];
+    minor(0, 1, m01);
+    minor(0, 2, m02);
+    minor(0, 3, m03);
+    minor(1, 2, m12);
+    minor(1, 3, m13);
+    minor(2, 3, m23);
+    for (int i = 0; i < 4; ++i) {
+        const double d0 = upper[1][i] * m23[i] - upper[2][i] * m13[i] + upper[3][i] * m12[i];
+        const double d1 = upper[0][i] * m23[i] - upper[2][i] * m03[i] + upper[3][i] * m02[i];
+        const double d2 = upper[0][i] * m13[i] - upper[1][i] * m03[i] + upper[3][i] * m01[i];
+        const double d3 = upper[0][i] * m12[i] - upper[1][i] * m02[i] + upper[2][i] * m01[i];
+        aAdjugate[0][i] = d0 * kSigns[0][i];
+        aAdjugate[1][i] = d1 * kSigns[1][i];
+        aAdjugate[2][i] = d2 * kSigns[0][i];
+        aAdjugate[3][i] = d3 * kSigns[1][i];
+    }
 }
 
 } // namespace
@@ -96,8 +131,6 @@ ktmdl_Trsf3d::ktmdl_Trsf3d(const ktmdl_CrdSys3d& aCrdSys)
         mMatrix[2][c] = columns[c]->mZ;
     }
 }
-
-ktmdl_Trsf3d::~ktmdl_Trsf3d() = default;
 
 void ktmdl_Trsf3d::Serialize(ktstd_Archive& aArchive)
 {
@@ -165,9 +198,7 @@ ktmdl_Trsf3d ktmdl_Trsf3d::operator*(const ktmdl_Trsf3d& aOther) const noexcept
 
 ktmdl_Trsf3d& ktmdl_Trsf3d::operator*=(const ktmdl_Trsf3d& aOther) noexcept
 {
-    Matrix product;
-    multiply(aOther.mMatrix, mMatrix, product);
-    SetMatrix(product);
+    multiply(aOther.mMatrix, mMatrix, mMatrix);
     return *this;
 }
 
@@ -210,15 +241,10 @@ void ktmdl_Trsf3d::SetScale(double aX, double aY, double aZ) noexcept
 
 void ktmdl_Trsf3d::Reverse()
 {
-    const ktmdl_Trsf3d former(*this);
-    for (int r = 0; r < 4; ++r) {
-        for (int c = 0; c < 4; ++c) {
-            mMatrix[r][c] = cofactor(former.mMatrix, c, r);
-        }
-    }
-    const double determinant =
-        former.mMatrix[0][0] * mMatrix[0][0] + former.mMatrix[1][0] * mMatrix[0][1] +
-        former.mMatrix[2][0] * mMatrix[0][2] + former.mMatrix[3][0] * mMatrix[0][3];
+    const double column[4] = {mMatrix[0][0], mMatrix[1][0], mMatrix[2][0], mMatrix[3][0]};
+    adjugate(mMatrix, mMatrix);
+    const double determinant = column[0] * mMatrix[0][0] + column[1] * mMatrix[0][1] +
+                               column[2] * mMatrix[0][2] + column[3] * mMatrix[0][3];
     if (std::fabs(determinant) < 1e-10) {
         // On purpose: the adjugate stays behind.
         // Pinned by ReverseOfASingularMatrixRaisesAndLeavesTheAdjugate.

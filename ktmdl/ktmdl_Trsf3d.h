@@ -39,7 +39,7 @@ public:
     ktmdl_Trsf3d(const ktmdl_Trsf3d&) noexcept = default;
     ktmdl_Trsf3d& operator=(const ktmdl_Trsf3d&) noexcept = default;
 
-    virtual ~ktmdl_Trsf3d();
+    virtual ~ktmdl_Trsf3d() = default;
     //! Stores the matrix, bit for bit, row by row, or loads it.
     //! @throws ktstd_fail_FileIO  code 16 for a class version that is not known, 17 when the end
     //!                            marker is missing; or the archive can't store or load

@@ -179,10 +179,13 @@ public:
     //! @return  a null handle when the source is null or holds another class's object
     [[nodiscard]] static Handle DownCast(const Hnd_ktstd_Transient& aSource)
     {
-        if (aSource.IsNull() != 0 || aSource->IsKind(Object::TypeOfClass()) == 0) {
+        if (aSource.IsNull() != 0) {
             return Handle();
         }
-        return Handle(static_cast<const Object*>(&*aSource));
+        // Kept here, so that casting doesn't call into the library of the class for it.
+        static const Hnd_ktstd_Type& sType = Object::TypeOfClass();
+        const ktstd_Transient& object = *aSource;
+        return object.IsKind(sType) != 0 ? Handle(static_cast<const Object*>(&object)) : Handle();
     }
 };
 

@@ -81,10 +81,18 @@ private:
 #define KTSTD_DEFINE_TYPE(CLASS, PARENT)                                                           \
     Hnd_ktstd_Type& CLASS##_Type_()                                                                \
     {                                                                                              \
-        static ktstd_TypeAncestors sAncestors(PARENT##_Type_());                                   \
-        static Hnd_ktstd_Type sType(                                                               \
-            new ktstd_Type(#CLASS, static_cast<long>(sizeof(CLASS)), 1, sAncestors.Array()));      \
-        return sType;                                                                              \
+        struct Descriptor                                                                          \
+        {                                                                                          \
+            Descriptor()                                                                           \
+                : ancestors(PARENT##_Type_()),                                                     \
+                  type(new ktstd_Type(#CLASS, static_cast<long>(sizeof(CLASS)), 1,                 \
+                                      ancestors.Array()))                                          \
+            {}                                                                                     \
+            ktstd_TypeAncestors ancestors;                                                         \
+            Hnd_ktstd_Type type;                                                                   \
+        };                                                                                         \
+        static Descriptor sDescriptor;                                                             \
+        return sDescriptor.type;                                                                   \
     }                                                                                              \
     Hnd_ktstd_Type& CLASS::TypeOfClass()                                                           \
     {                                                                                              \

@@ -9,6 +9,7 @@ kt_test(ktmdl_tests
   ktmdl_Data3d_test.cpp
   ktmdl_ErosionPosSeq_test.cpp
   ktmdl_ErosionPos_test.cpp
+  ktmdl_GeometryBits_test.cpp
   ktmdl_GoldenArchives_test.cpp
   ktmdl_Pnt3dSeq_test.cpp
   ktmdl_Pnt2d_test.cpp
