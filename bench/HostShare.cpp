@@ -152,18 +152,22 @@ private:
 void addLife(const std::string& aName, const std::string& aPath)
 {
     Row row{"a part's life: " + aName, 1, {}, {}, {}};
-    row.ours = {"ours", [aPath] {
-                    const auto life = std::make_shared<Life>(aPath);
-                    return timedOnly([life] {
-                        const long changed = life->Play();
+    // Recorded for both sides: the host then keeps the objects that were asked for alive for both.
+    const auto record = [aPath] {
+        const auto part = std::make_shared<Recorded<Life>>(aPath);
+        part->life.Play(part->recorder.Watch(part->life.Document().GetInterfacePtr()));
+        return part;
+    };
+    row.ours = {"ours", [record] {
+                    const auto part = record();
+                    return timedOnly([part] {
+                        const long changed = part->life.Play();
                         consume(&changed);
                     });
                 }};
     row.peers.push_back({"host calls alone",
-                         [aPath] {
-                             const auto part = std::make_shared<Recorded<Life>>(aPath);
-                             part->life.Play(
-                                 part->recorder.Watch(part->life.Document().GetInterfacePtr()));
+                         [record] {
+                             const auto part = record();
                              return timedOnly([part] { part->recorder.Replay(); });
                          },
                          0.0, kAim});

@@ -220,10 +220,12 @@ int main(int argc, char** argv)
     CLI::App app{"Times the libraries beside what a user would take instead."};
     std::string only;
     std::string path;
+    long smallest = 1;
     long largest = 1000000;
     bool smoke = false;
     app.add_option("--only", only, "Rows whose name matches this regular expression");
     app.add_option("--json", path, "File for the results");
+    app.add_option("--smallest", smallest, "Leave out smaller sizes");
     app.add_option("--largest", largest, "Leave out larger sizes");
     app.add_flag("--smoke", smoke, "Run each row once, to see that it works");
     CLI11_PARSE(app, argc, argv);
@@ -251,7 +253,7 @@ int main(int argc, char** argv)
     bench::Table table;
     try {
         for (const bench::Row& row : bench::rows()) {
-            if (row.size > largest || !std::regex_search(row.name, wanted)) {
+            if (row.size < smallest || row.size > largest || !std::regex_search(row.name, wanted)) {
                 continue;
             }
             if (row.check) {
