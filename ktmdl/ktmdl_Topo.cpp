@@ -111,21 +111,34 @@ void listRegistered(ktmdl_TopoSeq& aTopos)
     }
 }
 
-//! Copies a key out of an array.
-//! @throws _com_error  the array does not hold that many bytes
-std::vector<unsigned char> keyBytes(long aSize, SAFEARRAY* aKey)
+//! A key copied out of an array.
+class KeyBytes
 {
-    // Memory only for what the array can hold; the copy refuses the rest before it writes. One
-    // byte is always there, so that a short array is not mistaken for a missing target.
-    const bool fits = aSize >= 0 && aSize <= ktmdl_detail::ArrayLength(aKey);
-    std::vector<unsigned char> bytes(fits ? static_cast<std::size_t>(aSize) + 1 : 1);
-    const long code = GetValuesFromSafeArray(aKey, aSize, bytes.data());
-    if (code < 0) {
-        _com_issue_error(static_cast<HRESULT>(code));
+public:
+    //! @throws _com_error  the array does not hold that many bytes
+    KeyBytes(long aSize, SAFEARRAY* aKey)
+    {
+        // Memory only for what the array can hold; the copy refuses the rest before it writes.
+        if (aSize > static_cast<long>(sizeof(mShort)) && aSize <= ktmdl_detail::ArrayLength(aKey)) {
+            mLong.reset(new unsigned char[static_cast<std::size_t>(aSize)]);
+            mData = mLong.get();
+        }
+        const long code = GetValuesFromSafeArray(aKey, aSize, mData);
+        if (code < 0) {
+            _com_issue_error(static_cast<HRESULT>(code));
+        }
     }
-    bytes.pop_back();
-    return bytes;
-}
+    KeyBytes(const KeyBytes&) = delete;
+    KeyBytes& operator=(const KeyBytes&) = delete;
+    ~KeyBytes() = default;
+
+    [[nodiscard]] const unsigned char* Data() const noexcept { return mData; }
+
+private:
+    unsigned char mShort[64]{}; //!< most keys are short
+    std::unique_ptr<unsigned char[]> mLong;
+    unsigned char* mData{mShort};
+};
 
 //! Copies the bytes of a key; gives null when there are none.
 std::unique_ptr<unsigned char[]> copyOf(long aSize, const unsigned char* aKey)
@@ -278,7 +291,7 @@ ktmdl_Topo::ktmdl_Topo(long aSize, const unsigned char* aKey)
 ktmdl_Topo::ktmdl_Topo(long aSize, SAFEARRAY* aKey)
 {
     if (aSize >= 1) {
-        setKey(aSize, keyBytes(aSize, aKey).data());
+        setKey(aSize, KeyBytes(aSize, aKey).Data());
     }
 }
 
@@ -313,10 +326,10 @@ Hnd_ktmdl_Topo ktmdl_Topo::New(long aSize, SAFEARRAY* aKey)
 Hnd_ktmdl_Topo ktmdl_Topo::New(long aSize, SAFEARRAY* aKey, unsigned char& aIsNew)
 {
     aIsNew = 0;
-    const std::vector<unsigned char> key = keyBytes(aSize, aKey);
-    Hnd_ktmdl_Topo topo = registry().FindByKey(aSize, key.data());
+    const KeyBytes key(aSize, aKey);
+    Hnd_ktmdl_Topo topo = registry().FindByKey(aSize, key.Data());
     if (topo.IsNull() != 0) {
-        topo = Hnd_ktmdl_Topo(new ktmdl_Topo(aSize, key.data()));
+        topo = Hnd_ktmdl_Topo(new ktmdl_Topo(aSize, key.Data()));
         registry().Add(topo);
         aIsNew = 1;
     }
@@ -391,7 +404,7 @@ void ktmdl_Topo::UpdateReferenceKey()
         const long size = referenceKey(pTopo.GetInterfacePtr(), array);
         std::unique_ptr<unsigned char[]> key;
         try {
-            key = copyOf(size, keyBytes(size, array.Get()).data());
+            key = copyOf(size, KeyBytes(size, array.Get()).Data());
         } catch (const _com_error&) {
             // On purpose: not registered any more. Pinned by
             // UpdateReferenceKeyThatCantCopyTheKeyLeavesTheReferenceUnregistered.
