@@ -23,6 +23,7 @@
 #include <algorithm>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <utility>
@@ -768,6 +769,77 @@ unsigned char ktmdl_Topo::HasChanged(unsigned char aQuick, ktmdl_BBox3d& aBox,
     return bits;
 }
 
+namespace {
+
+//! The references of a cached list, to find those that the host still has. It mostly has them in
+//! the same order, so that none is searched for.
+class CachedChildren
+{
+public:
+    //! @param aList  may be null, and hold null references, as one from an archive may
+    explicit CachedChildren(const Hnd_ktmdl_TopoHSeq& aList)
+    {
+        const long count = aList.IsNull() != 0 ? 0 : aList->Length();
+        mChildren.reserve(static_cast<std::size_t>(count));
+        mSeen.reserve(static_cast<std::size_t>(count));
+        for (long i = 1; i <= count; ++i) {
+            mChildren.push_back(aList->Value(i));
+        }
+    }
+
+    //! Tells whether a child of the host is one of them, and notes that it is there.
+    bool See(const Hnd_ktmdl_Topo& aChild)
+    {
+        if (mNext >= mChildren.size() || mChildren[mNext] != aChild) {
+            const std::size_t place = Find(aChild);
+            if (place == mChildren.size()) {
+                return false;
+            }
+            mNext = place;
+        }
+        ++mNext;
+        mSeen.push_back(&*aChild);
+        return true;
+    }
+    //! Tells whether one of them was seen. Call it when all were.
+    bool WasSeen(const Hnd_ktmdl_Topo& aChild)
+    {
+        if (!mIsSeenSorted) {
+            std::sort(mSeen.begin(), mSeen.end(), std::less<>());
+            mIsSeenSorted = true;
+        }
+        return std::binary_search(mSeen.begin(), mSeen.end(), &*aChild, std::less<>());
+    }
+
+private:
+    //! Gives the first place of a child; the number of all when it has none.
+    std::size_t Find(const Hnd_ktmdl_Topo& aChild)
+    {
+        if (mPlaces.empty()) {
+            for (std::size_t i = 0; i < mChildren.size(); ++i) {
+                if (mChildren[i].IsNull() == 0) {
+                    mPlaces.emplace_back(&*mChildren[i], i);
+                }
+            }
+            std::sort(mPlaces.begin(), mPlaces.end());
+        }
+        const auto found =
+            std::lower_bound(mPlaces.begin(), mPlaces.end(), Place(&*aChild, std::size_t{0}));
+        return found != mPlaces.end() && found->first == &*aChild ? found->second
+                                                                  : mChildren.size();
+    }
+
+    using Place = std::pair<const ktmdl_Topo*, std::size_t>;
+
+    std::vector<Hnd_ktmdl_Topo> mChildren;
+    std::vector<const ktmdl_Topo*> mSeen;
+    std::vector<Place> mPlaces; //!< by address, made when a search is needed
+    std::size_t mNext{0};       //!< where the next child is expected
+    bool mIsSeenSorted{false};
+};
+
+} // namespace
+
 //! Compares one cached list with the host's collection; gives the group's change bits.
 unsigned char ktmdl_Topo::compareChildren(const ChildGroup& aGroup, bool aQuick,
                                           const ChangeLists& aLists) const
@@ -784,28 +856,21 @@ unsigned char ktmdl_Topo::compareChildren(const ChildGroup& aGroup, bool aQuick,
         }
     }
 
-    ktmdl_TopoMap old(cachedCount);
-    for (long i = 1; i <= cachedCount; ++i) {
-        // A null reference, which an archive may hold, is no child that could be found.
-        if (cached->Value(i).IsNull() == 0) {
-            old.Add(cached->Value(i));
-        }
-    }
-    ktmdl_TopoMap seen(1);
+    CachedChildren old(cached);
     aLists.current = new ktmdl_TopoHSeq();
     aLists.gone = new ktmdl_TopoHSeq();
     aLists.fresh = new ktmdl_TopoHSeq();
     aLists.altered = new ktmdl_TopoHSeq();
 
+    const ktmdl_BBox3d fresh = defaultBox();
     for (LONG i = 1; i <= count; ++i) {
         const Hnd_ktmdl_Topo child = adoptChild(aGroup, ItemOf(pItems, i));
         unsigned char difference = 0;
-        if (old.Contains(child) != 0) {
-            seen.Add(child);
+        if (old.See(child)) {
             if (child->mBBox.mMin.IsEqual(child->mBBox.mMax, 0.0) != 0) {
                 child->mBBox = BuildBBox(child->mDispTopo);
             }
-            if (defaultBox().IsEqual(child->mBBox) == 0) {
+            if (fresh.IsEqual(child->mBBox) == 0) {
                 aLists.altered->Append(child);
                 difference = aGroup.alteredBit;
             }
@@ -826,7 +891,7 @@ unsigned char ktmdl_Topo::compareChildren(const ChildGroup& aGroup, bool aQuick,
     if (gone >= 1) {
         for (long i = 1; i <= cachedCount; ++i) {
             const Hnd_ktmdl_Topo& child = cached->Value(i);
-            if (child.IsNull() == 0 && seen.Contains(child) == 0) {
+            if (child.IsNull() == 0 && !old.WasSeen(child)) {
                 aLists.gone->Append(child);
             }
         }
