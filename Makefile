@@ -104,12 +104,18 @@ fuzz-smoke:
 	cmake --build --preset fuzz
 	printf "%s\n" archive_load archive_roundtrip step_read log_dump | xargs -P 2 -n 1 scripts/fuzz.sh 20
 
-bench bench-smoke:
+bench:
 	@scripts/need.sh $(BUILD_PACKAGES) $(BENCH_PACKAGES)
 	cmake --preset bench
 	cmake --build --preset bench
-	build/bench/bin/ktmdl-bench $(if $(filter bench-smoke,$@),--smoke --largest 10000) \
-	    --json build/bench/results.json
+	build/bench/bin/ktmdl-bench --json build/bench/results.json
+
+bench-smoke:
+	@scripts/need.sh $(BUILD_PACKAGES) $(BENCH_PACKAGES) python3
+	cmake --preset bench
+	cmake --build --preset bench
+	build/bench/bin/ktmdl-bench --smoke --json build/bench/smoke.json
+	scripts/check-bench.py build/bench/smoke.json build/bench/bin/ktmdl-bench --smoke
 
 format:
 	@scripts/need.sh clang-format

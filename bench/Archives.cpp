@@ -553,10 +553,59 @@ std::string toposAlike()
     return difference;
 }
 
+// Bytes per record.
+
+template <class Store>
+Side recordSide(const char* aName, Store aStore)
+{
+    Side side{aName};
+    side.measure = [aStore] { return aStore(); };
+    return side;
+}
+
+template <class Value, std::size_t Count>
+void addRecordBytes(const char* aName)
+{
+    const auto per = [](std::size_t bytes) { return static_cast<double>(bytes) / kMany; };
+    const auto theirs = [per](auto library) {
+        return [per, library] {
+            std::vector<Numbers<Count>> values = theirValues<Count>();
+            return per(theirStore<decltype(library)>(values).size());
+        };
+    };
+    add({aName,
+         kMany,
+         recordSide("ours",
+                    [per] {
+                        std::vector<Value> values = ourValues<Value>();
+                        return per(ourStore(values).size());
+                    }),
+         {recordSide("Boost.Serialization", theirs(Boost())),
+          recordSide("cereal", theirs(Cereal()))},
+         nullptr});
+}
+
+void addReferenceBytes()
+{
+    const auto per = [](std::size_t bytes) { return static_cast<double>(bytes) / kTopos; };
+    const auto theirs = [per](auto library) {
+        return [per, library] { return per(storeTopos<decltype(library)>(*theirTopos()).size()); };
+    };
+    add({"archived reference",
+         kTopos,
+         recordSide("ours", [per] { return per(ourData()->size()); }),
+         {recordSide("Boost.Serialization", theirs(Boost())),
+          recordSide("cereal", theirs(Cereal()))},
+         nullptr});
+}
+
 } // namespace
 
 void addArchives()
 {
+    addRecordBytes<ktmdl_Pnt3d, 3>("archived point");
+    addRecordBytes<ktmdl_Trsf3d, 16>("archived transformation");
+    addReferenceBytes();
     addValues<ktmdl_Pnt3d, 3>("points", 0.25);
     addValues<ktmdl_Trsf3d, 16>("transformations", 0.5);
     add({"archive: store references",

@@ -41,51 +41,88 @@ struct Recorded
 };
 
 //! A reference to a body, its faces known.
-struct ManyFaces
+class KnownBody
 {
-    explicit ManyFaces(long aFaces) : host(aFaces), body(new ktmdl_Topo())
-    {
-        body->tplType = 6;
-        body->mDispTopo = &host;
-        body->BuildPersistentData();
-    }
-    ~ManyFaces() { LetGo(); }
-    ManyFaces(const ManyFaces&) = delete;
-    ManyFaces& operator=(const ManyFaces&) = delete;
+public:
+    KnownBody(const KnownBody&) = delete;
+    KnownBody& operator=(const KnownBody&) = delete;
 
     //! Ends all references.
     void LetGo()
     {
-        body.Nullify();
+        mBody.Nullify();
         ktmdl_Topo::ClearAllTopos();
     }
-    unsigned char compare()
+    [[nodiscard]] IDispatch* Object() const { return mBody->mDispTopo.GetInterfacePtr(); }
+    void LookAt(const IDispatchPtr& aObject) { mBody->mDispTopo = aObject; }
+    //! Gives the number of faces.
+    [[nodiscard]] long Size() const { return mBody->mSubTopos[1]->Length(); }
+    unsigned char Compare()
     {
         ktmdl_BBox3d box;
         Hnd_ktmdl_TopoHSeq lists[8];
-        return body->HasChanged(0, box, lists[0], lists[1], lists[2], lists[3], lists[4], lists[5],
-                                lists[6], lists[7]);
+        return mBody->HasChanged(0, box, lists[0], lists[1], lists[2], lists[3], lists[4], lists[5],
+                                 lists[6], lists[7]);
     }
 
-    BareBody host;
-    Hnd_ktmdl_Topo body;
+protected:
+    KnownBody() = default;
+    ~KnownBody() = default;
+    void Know(const IDispatchPtr& aObject)
+    {
+        mBody = new ktmdl_Topo();
+        mBody->tplType = 6;
+        mBody->mDispTopo = aObject;
+        mBody->BuildPersistentData();
+    }
+
+private:
+    Hnd_ktmdl_Topo mBody;
 };
 
-void addChangeCheck(long aFaces)
+//! The body of a host that answers at once.
+class BareHostBody : public KnownBody
 {
-    Row row{"change check of a body", aFaces, {}, {}, {}};
-    row.ours = {"ours", [aFaces] {
-                    const auto part = std::make_shared<ManyFaces>(aFaces);
-                    return timedOnly([part] {
-                        const unsigned char bits = part->compare();
+public:
+    explicit BareHostBody(long aFaces) : mHost(aFaces) { Know(IDispatchPtr(&mHost)); }
+    ~BareHostBody() { LetGo(); }
+
+private:
+    BareBody mHost;
+};
+
+//! The first body of a part on the stand-in host.
+class PartBody : public KnownBody
+{
+public:
+    explicit PartBody(const std::string& aPath) : mDocument(mHost.openPart(aPath))
+    {
+        Know(demo::objectProperty(demo::items(demo::objectProperty(mDocument, L"Models")).front(),
+                                  L"Body"));
+    }
+    ~PartBody() { LetGo(); }
+
+private:
+    standin::Session mHost;
+    IDispatchPtr mDocument;
+};
+
+template <class Body, class Argument>
+void addChangeCheck(const std::string& aName, long aFaces, const Argument& aArgument)
+{
+    Row row{aName, aFaces, {}, {}, {}};
+    row.ours = {"ours", [aArgument] {
+                    const auto body = std::make_shared<Body>(aArgument);
+                    return timedOnly([body] {
+                        const unsigned char bits = body->Compare();
                         consume(&bits);
                     });
                 }};
     row.peers.push_back({"host calls alone",
-                         [aFaces] {
-                             const auto part = std::make_shared<Recorded<ManyFaces>>(aFaces);
-                             part->life.body->mDispTopo = part->recorder.Watch(&part->life.host);
-                             part->life.compare();
+                         [aArgument] {
+                             const auto part = std::make_shared<Recorded<Body>>(aArgument);
+                             part->life.LookAt(part->recorder.Watch(part->life.Object()));
+                             part->life.Compare();
                              return timedOnly([part] { part->recorder.Replay(); });
                          },
                          0.0, kAim});
@@ -152,18 +189,22 @@ private:
 void addLife(const std::string& aName, const std::string& aPath)
 {
     Row row{"a part's life: " + aName, 1, {}, {}, {}};
-    row.ours = {"ours", [aPath] {
-                    const auto life = std::make_shared<Life>(aPath);
-                    return timedOnly([life] {
-                        const long changed = life->Play();
+    // Recorded for both sides: the host then keeps the objects that were asked for alive for both.
+    const auto record = [aPath] {
+        const auto part = std::make_shared<Recorded<Life>>(aPath);
+        part->life.Play(part->recorder.Watch(part->life.Document().GetInterfacePtr()));
+        return part;
+    };
+    row.ours = {"ours", [record] {
+                    const auto part = record();
+                    return timedOnly([part] {
+                        const long changed = part->life.Play();
                         consume(&changed);
                     });
                 }};
     row.peers.push_back({"host calls alone",
-                         [aPath] {
-                             const auto part = std::make_shared<Recorded<Life>>(aPath);
-                             part->life.Play(
-                                 part->recorder.Watch(part->life.Document().GetInterfacePtr()));
+                         [record] {
+                             const auto part = record();
                              return timedOnly([part] { part->recorder.Replay(); });
                          },
                          0.0, kAim});
@@ -175,11 +216,16 @@ void addLife(const std::string& aName, const std::string& aPath)
 void addHostShare()
 {
     for (const long faces : {100L, 1000L, 10000L, 100000L}) {
-        addChangeCheck(faces);
+        addChangeCheck<BareHostBody>("change check of a body", faces, faces);
     }
-    addLife("sample holder", KT_SOURCE_DIR "/samples/holder.step");
+    const auto addPart = [](const std::string& aName, const std::string& aPath) {
+        const long faces = PartBody(aPath).Size();
+        addChangeCheck<PartBody>("change check: " + aName, faces, aPath);
+        addLife(aName, aPath);
+    };
+    addPart("sample holder", KT_SOURCE_DIR "/samples/holder.step");
     if (const char* const part = std::getenv("KTMDL_BENCH_PART")) {
-        addLife("real part", part);
+        addPart("real part", part);
     }
 }
 

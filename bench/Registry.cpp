@@ -257,13 +257,18 @@ Side theirClearUnused(const char* aName, Keys aKind, long aSize, double aAim)
             0.0, aAim};
 }
 
+//! Measures the memory of a table, without the references in it.
 template <class Table>
-double bytesPerReference(const Data& aData)
+std::function<double()> bytesOf(Keys aKind, long aSize)
 {
-    Table table;
-    const long before = heapBytes();
-    addAll(table, aData);
-    return static_cast<double>(heapBytes() - before) / static_cast<double>(aData.topos.size());
+    return [aKind, aSize] {
+        const Data data(aKind, aSize);
+        return heapBytesPer(aSize, [&data] {
+            auto table = std::make_shared<Table>();
+            addAll(*table, data);
+            return table;
+        });
+    };
 }
 
 template <class Table>
@@ -285,10 +290,6 @@ std::string foundAlike(const Data& aData)
 
 void addRegistry()
 {
-    const Data memory(Keys::random, 100000);
-    const double ourBytes = bytesPerReference<Ours>(memory);
-    const double standardBytes = bytesPerReference<Standard>(memory);
-    const double abseilBytes = bytesPerReference<Abseil>(memory);
     for (const Keys kind : {Keys::random, Keys::counted}) {
         const std::string suffix = kind == Keys::random ? "" : ", counted keys";
         for (const long size : {1000L, 10000L, 100000L, 1000000L}) {
@@ -308,9 +309,11 @@ void addRegistry()
                      {addSide<Standard>("std::unordered_map", kind, size, 1.0),
                       addSide<Abseil>("absl::flat_hash_map", kind, size, 0.5)},
                      same};
-            grow.ours.bytes = ourBytes;
-            grow.peers[0].bytes = standardBytes;
-            grow.peers[1].bytes = abseilBytes;
+            if (kind == Keys::random) { // a table takes no more for other keys
+                grow.ours.measure = bytesOf<Ours>(kind, size);
+                grow.peers[0].measure = bytesOf<Standard>(kind, size);
+                grow.peers[1].measure = bytesOf<Abseil>(kind, size);
+            }
             add(grow);
             add({"registry: remove" + suffix,
                  size,

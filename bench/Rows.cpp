@@ -4,6 +4,8 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 #include <nlohmann/json.hpp>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -13,6 +15,7 @@
 #include <map>
 #include <memory>
 #include <regex>
+#include <stdexcept>
 
 namespace bench {
 
@@ -88,6 +91,41 @@ std::string readable(double aSeconds)
     return text;
 }
 
+//! Does something in a process of its own, so that no row meets the heap that others leave behind.
+//! @return  the numbers that it gives
+//! @throws std::runtime_error  it failed
+std::vector<double> apart(const std::function<std::vector<double>()>& aWork)
+{
+    int ends[2] = {};
+    std::fflush(stdout);
+    if (pipe(ends) != 0) {
+        throw std::runtime_error("no pipe");
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        bool isDone = false;
+        try {
+            const std::vector<double> numbers = aWork();
+            const auto bytes = static_cast<ssize_t>(numbers.size() * sizeof(double));
+            isDone = write(ends[1], numbers.data(), static_cast<std::size_t>(bytes)) == bytes;
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "%s\n", error.what());
+        }
+        std::_Exit(isDone ? 0 : 1);
+    }
+    close(ends[1]);
+    std::vector<double> numbers;
+    for (double number = 0.0; read(ends[0], &number, sizeof(number)) == sizeof(number);) {
+        numbers.push_back(number);
+    }
+    close(ends[0]);
+    int status = 1;
+    if (child < 0 || waitpid(child, &status, 0) != child || status != 0) {
+        throw std::runtime_error("a row ended before its end");
+    }
+    return numbers;
+}
+
 //! Slope of the straight line nearest to the points, both axes logarithmic.
 double slopeOf(const std::vector<std::pair<long, double>>& aTimes)
 {
@@ -116,21 +154,23 @@ public:
                     "its time", "ratio", "aim");
     }
 
-    void Add(const Row& aRow, const Times& aTimes)
+    //! @param aSeconds  of a pass of ours, then of each peer
+    void Add(const Row& aRow, const std::vector<double>& aSeconds)
     {
-        const auto repeats = static_cast<double>(aRow.repeats);
-        const double ours = aTimes.Median("ours") / repeats;
+        const double ours = aSeconds.front();
         mGrowth[aRow.name].emplace_back(aRow.size, ours);
-        for (const Side& peer : aRow.peers) {
-            const double theirs = aTimes.Median(peer.name) / repeats;
+        for (std::size_t i = 0; i < aRow.peers.size(); ++i) {
+            const Side& peer = aRow.peers[i];
+            const double theirs = aSeconds.at(i + 1);
             const double ratio = theirs / ours;
             nlohmann::json line = {{"name", aRow.name}, {"size", aRow.size},   {"ours", ours},
-                                   {"peer", peer.name}, {"peer_time", theirs}, {"ratio", ratio}};
+                                   {"peer", peer.name}, {"peer_time", theirs}, {"ratio", ratio},
+                                   {"aim", nullptr}};
             if (peer.aim > 0.0) {
                 line["aim"] = peer.aim;
                 line["met"] = ratio >= peer.aim;
             }
-            if (aRow.ours.bytes > 0.0) {
+            if (peer.measure) {
                 line["bytes"] = aRow.ours.bytes;
                 line["peer_bytes"] = peer.bytes;
             }
@@ -146,7 +186,21 @@ public:
         std::fflush(stdout);
     }
 
-    void Write(const std::string& aPath)
+    void AddMemory(const Row& aRow)
+    {
+        for (const Side& peer : aRow.peers) {
+            if (peer.measure) {
+                mMemory.push_back({{"name", aRow.name},
+                                   {"size", aRow.size},
+                                   {"bytes", aRow.ours.bytes},
+                                   {"peer", peer.name},
+                                   {"peer_bytes", peer.bytes}});
+            }
+        }
+    }
+
+    //! Prints what only all rows together show.
+    void Finish()
     {
         for (const auto& [name, times] : mGrowth) {
             if (times.size() < 2) {
@@ -160,8 +214,25 @@ public:
                 }
             }
         }
+        if (!mMemory.empty()) {
+            std::printf("\n%-34s %9s %12s  %-22s %12s\n", "bytes per element", "size", "ours",
+                        "peer", "its bytes");
+        }
+        for (const nlohmann::json& line : mMemory) {
+            std::printf("%-34s %9ld %12.1f  %-22s %12.1f\n",
+                        line["name"].get<std::string>().c_str(), line["size"].get<long>(),
+                        line["bytes"].get<double>(), line["peer"].get<std::string>().c_str(),
+                        line["peer_bytes"].get<double>());
+        }
+    }
+
+    void Write(const std::string& aPath) const
+    {
         std::ofstream file(aPath);
-        file << nlohmann::json{{"seconds_per", "one pass over the elements"}, {"rows", mLines}}
+        file << nlohmann::json{{"seconds_per", "one pass over the elements"},
+                               {"bytes_per", "element"},
+                               {"rows", mLines},
+                               {"memory", mMemory}}
                     .dump(1)
              << "\n";
         if (!file.flush()) {
@@ -171,12 +242,19 @@ public:
 
 private:
     std::vector<nlohmann::json> mLines;
+    std::vector<nlohmann::json> mMemory;
     std::map<std::string, std::vector<std::pair<long, double>>> mGrowth;
 };
 
-void time(const Row& aRow, Times& aTimes)
+//! Compares the results of all sides of a row, then times them.
+//! @return  seconds per pass of ours, then of each peer
+std::vector<double> run(const Row& aRow)
 {
-    benchmark::ClearRegisteredBenchmarks();
+    const std::string difference = aRow.check ? aRow.check() : "";
+    if (!difference.empty()) {
+        throw std::runtime_error(aRow.name + ", " + std::to_string(aRow.size) +
+                                 ": the results differ: " + difference);
+    }
     const auto enter = [](const std::string& name, const Side& side) {
         benchmark::RegisterBenchmark(name.c_str(), [&side](benchmark::State& state) {
             runSide(state, side);
@@ -186,7 +264,26 @@ void time(const Row& aRow, Times& aTimes)
     for (const Side& peer : aRow.peers) {
         enter(peer.name, peer);
     }
-    benchmark::RunSpecifiedBenchmarks(&aTimes);
+    Times times;
+    benchmark::RunSpecifiedBenchmarks(&times);
+    const auto repeats = static_cast<double>(aRow.repeats);
+    std::vector<double> seconds = {times.Median("ours") / repeats};
+    for (const Side& peer : aRow.peers) {
+        seconds.push_back(times.Median(peer.name) / repeats);
+    }
+    return seconds;
+}
+
+//! Measures the memory of all sides that tell how.
+void measure(Row& aRow)
+{
+    const auto of = [](Side& side) {
+        if (side.measure) {
+            side.bytes = apart([&side] { return std::vector<double>{side.measure()}; }).at(0);
+        }
+    };
+    of(aRow.ours);
+    std::for_each(aRow.peers.begin(), aRow.peers.end(), of);
 }
 
 } // namespace
@@ -220,12 +317,17 @@ int main(int argc, char** argv)
     CLI::App app{"Times the libraries beside what a user would take instead."};
     std::string only;
     std::string path;
+    long smallest = 1;
     long largest = 1000000;
     bool smoke = false;
+    bool list = false;
     app.add_option("--only", only, "Rows whose name matches this regular expression");
     app.add_option("--json", path, "File for the results");
+    app.add_option("--smallest", smallest, "Leave out smaller sizes");
     app.add_option("--largest", largest, "Leave out larger sizes");
-    app.add_flag("--smoke", smoke, "Run each row once, to see that it works");
+    app.add_flag("--smoke", smoke,
+                 "Run each row once, of its sizes the first two, to see that it works");
+    app.add_flag("--list", list, "Tell the rows: what is measured, name, size and peer");
     CLI11_PARSE(app, argc, argv);
 
     std::vector<std::string> options = {argv[0], "--benchmark_enable_random_interleaving=true"};
@@ -248,24 +350,46 @@ int main(int argc, char** argv)
     bench::addHostShare();
 
     const std::regex wanted(only);
-    bench::Table table;
-    try {
-        for (const bench::Row& row : bench::rows()) {
-            if (row.size > largest || !std::regex_search(row.name, wanted)) {
-                continue;
-            }
-            if (row.check) {
-                const std::string difference = row.check();
-                if (!difference.empty()) {
-                    std::fprintf(stderr, "%s, %ld: the results differ: %s\n", row.name.c_str(),
-                                 row.size, difference.c_str());
-                    return 1;
+    std::vector<bench::Row>& all = bench::rows();
+    all.erase(std::remove_if(all.begin(), all.end(),
+                             [&](const bench::Row& row) {
+                                 return row.size < smallest || row.size > largest ||
+                                        !std::regex_search(row.name, wanted);
+                             }),
+              all.end());
+    if (smoke) {
+        std::map<std::string, int> sizes;
+        all.erase(std::remove_if(all.begin(), all.end(),
+                                 [&sizes](const bench::Row& row) { return ++sizes[row.name] > 2; }),
+                  all.end());
+    }
+    if (list) {
+        const auto tell = [](const char* what, const bench::Row& row, const bench::Side& peer) {
+            std::printf("%s\t%s\t%ld\t%s\n", what, row.name.c_str(), row.size, peer.name.c_str());
+        };
+        for (const bench::Row& row : all) {
+            for (const bench::Side& peer : row.peers) {
+                if (row.ours.prepare) {
+                    tell("time", row, peer);
+                }
+                if (peer.measure) {
+                    tell("memory", row, peer);
                 }
             }
-            bench::Times times;
-            bench::time(row, times);
-            table.Add(row, times);
         }
+        return 0;
+    }
+    bench::Table table;
+    try {
+        benchmark::CPUInfo::Get(); // takes its time, once
+        for (bench::Row& row : all) {
+            bench::measure(row);
+            table.AddMemory(row);
+            if (row.ours.prepare) {
+                table.Add(row, bench::apart([&row] { return bench::run(row); }));
+            }
+        }
+        table.Finish();
         if (!path.empty()) {
             table.Write(path);
         }

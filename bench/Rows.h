@@ -23,10 +23,14 @@ struct Side
     std::string name;
     //! Makes what the passes work on; it lives as long as the steps.
     std::function<Steps()> prepare;
-    double bytes{0.0}; //!< memory per element, where that matters; 0: not measured
+    double bytes{0.0}; //!< memory per element; 0: not measured
     double aim{0.0};   //!< of a peer: its time over ours that is aimed at; 0: shown for comparison
+    //! Measures bytes, where memory matters. Runs in a process of its own: neither the heap that
+    //! rows leave behind nor blocks that are pooled change what it finds.
+    std::function<double()> measure{};
 };
 
+//! A row of the table. Without something to prepare, only memory is measured.
 struct Row
 {
     std::string name;
@@ -50,6 +54,16 @@ void consume(const void* aResult) noexcept;
 
 //! Gives the bytes taken from the general heap so far and not given back.
 long heapBytes() noexcept;
+
+//! Gives the bytes per element that something takes from the general heap.
+//! @param aMake  makes it and gives what keeps it
+template <class Make>
+double heapBytesPer(long aElements, Make aMake)
+{
+    const long before = heapBytes();
+    [[maybe_unused]] const auto kept = aMake();
+    return static_cast<double>(heapBytes() - before) / static_cast<double>(aElements);
+}
 
 //! Adds the rows of each subject.
 void addGeometry();

@@ -1,8 +1,14 @@
 // Sequences of points beside std::list and std::vector of the same points.
 
 #include "Rows.h"
+#include "ktmdl/ktmdl_ErosionPos.h"
+#include "ktmdl/ktmdl_ErosionPosSeq.h"
 #include "ktmdl/ktmdl_Pnt3d.h"
 #include "ktmdl/ktmdl_Pnt3dSeq.h"
+#include "ktmdl/ktmdl_Topo.h"
+#include "ktmdl/ktmdl_TopoSeq.h"
+#include "ktmdl/ktmdl_Trsf3d.h"
+#include "ktmdl/ktmdl_Trsf3dSeq.h"
 
 #include <algorithm>
 #include <iterator>
@@ -200,12 +206,36 @@ Side editSide(const char* aName, long aSize, double aAim)
     return filledSide<Points>(aName, aSize, aAim, [](Points& points) { edit(points); });
 }
 
-template <class Points>
-double bytesPerElement(long aSize)
+//! Measures the memory of a container of many of the same value.
+template <class Container, class Value, class Append>
+Side memorySide(const char* aName, long aSize, const Value& aValue, Append aAppend)
 {
-    const long before = heapBytes();
-    const auto points = filled<Points>(aSize);
-    return static_cast<double>(heapBytes() - before) / static_cast<double>(aSize);
+    Side side{aName};
+    side.measure = [aSize, aValue, aAppend] {
+        return heapBytesPer(aSize, [&] {
+            auto values = std::make_shared<Container>();
+            for (long i = 0; i < aSize; ++i) {
+                aAppend(*values, aValue);
+            }
+            return values;
+        });
+    };
+    return side;
+}
+
+//! Compares the memory of a kind of sequence with that of the standard containers.
+template <class Sequence, class Value>
+void addMemory(const char* aName, const Value& aValue)
+{
+    constexpr long kMany = 1000000;
+    const auto pushBack = [](auto& values, const Value& value) { values.push_back(value); };
+    add({aName,
+         kMany,
+         memorySide<Sequence>("ours", kMany, aValue,
+                              [](Sequence& values, const Value& value) { values.Append(value); }),
+         {memorySide<std::list<Value>>("std::list", kMany, aValue, pushBack),
+          memorySide<std::vector<Value>>("std::vector", kMany, aValue, pushBack)},
+         nullptr});
 }
 
 std::string editedAlike(long aSize)
@@ -230,9 +260,6 @@ std::string editedAlike(long aSize)
 
 void addSequences()
 {
-    const double ourBytes = bytesPerElement<ktmdl_Pnt3dSeq>(1000000);
-    const double listBytes = bytesPerElement<List>(1000000);
-    const double vectorBytes = bytesPerElement<Vector>(1000000);
     for (const long size : {1000L, 10000L, 100000L, 1000000L}) {
         const auto same = [size] {
             return walk(*filled<ktmdl_Pnt3dSeq>(size)) == walk(*filled<List>(size)) ? "" : "sums";
@@ -243,9 +270,6 @@ void addSequences()
                  {appendSide<List>("std::list", size, 2.0),
                   appendSide<Vector>("std::vector", size, 0.0)},
                  same};
-        grow.ours.bytes = ourBytes;
-        grow.peers[0].bytes = listBytes;
-        grow.peers[1].bytes = vectorBytes;
         grow.repeats = manyOf(size);
         add(grow);
         add({"sequence: clear",
@@ -265,6 +289,10 @@ void addSequences()
              {editSide<List>("std::list", size, 1.0)},
              [size] { return editedAlike(size); }});
     }
+    addMemory<ktmdl_Pnt3dSeq>("sequence of points", ktmdl_Pnt3d());
+    addMemory<ktmdl_Trsf3dSeq>("sequence of transformations", ktmdl_Trsf3d());
+    addMemory<ktmdl_ErosionPosSeq>("sequence of erosion positions", ktmdl_ErosionPos());
+    addMemory<ktmdl_TopoSeq>("sequence of references", Hnd_ktmdl_Topo(new ktmdl_Topo()));
 }
 
 } // namespace bench

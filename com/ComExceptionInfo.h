@@ -14,9 +14,11 @@ struct ExceptionInfo : EXCEPINFO
     ExceptionInfo& operator=(const ExceptionInfo&) = delete;
     ~ExceptionInfo()
     {
-        SysFreeString(bstrSource);
-        SysFreeString(bstrDescription);
-        SysFreeString(bstrHelpFile);
+        if (bstrSource != nullptr || bstrDescription != nullptr || bstrHelpFile != nullptr) {
+            SysFreeString(bstrSource);
+            SysFreeString(bstrDescription);
+            SysFreeString(bstrHelpFile);
+        }
     }
 
     //! Lets the called object fill in what it has put off. Call it once, after DISP_E_EXCEPTION.

@@ -161,8 +161,16 @@ void clearElement(VARTYPE vt, void* element)
     }
 }
 
+bool ownsSomething(VARTYPE vt)
+{
+    return vt == VT_BSTR || vt == VT_VARIANT || isObject(vt);
+}
+
 void clearElements(SAFEARRAY& array, ULONG from, ULONG to)
 {
+    if (!ownsSomething(blockOf(&array)->vt)) {
+        return;
+    }
     char* const data = static_cast<char*>(array.pvData);
     for (ULONG at = from; at < to; at += array.cbElements) {
         clearElement(blockOf(&array)->vt, data + at);

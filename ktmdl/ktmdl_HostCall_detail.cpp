@@ -13,13 +13,6 @@ namespace {
 //! No host member takes more arguments than this.
 constexpr std::size_t kMaxArgs = 8;
 
-VARIANT emptyVariant() noexcept
-{
-    VARIANT value{};
-    VariantInit(&value);
-    return value;
-}
-
 //! Turns what the host said about its exception into an error object; null when that fails.
 IErrorInfo* makeErrorInfo(const com::ExceptionInfo& aException) noexcept
 {
@@ -62,7 +55,9 @@ _variant_t fetch(IDispatch* aObject, DISPID aMember, WORD aKind,
 {
     _variant_t result;
     invoke(aObject, aMember, aKind, aArgs, &result);
-    raiseIfFailed(VariantChangeType(&result, &result, 0, aType));
+    if (result.vt != aType) {
+        raiseIfFailed(VariantChangeType(&result, &result, 0, aType));
+    }
     return result;
 }
 
@@ -78,7 +73,7 @@ void HostArray::Destroy() noexcept
 
 VARIANT HostArray::ByRef() noexcept
 {
-    VARIANT value = emptyVariant();
+    VARIANT value{};
     value.vt = static_cast<VARTYPE>(VT_BYREF | VT_ARRAY | mType);
     value.pparray = &mArray;
     return value;
@@ -116,7 +111,7 @@ long ArrayLength(SAFEARRAY* aArray) noexcept
 
 VARIANT In(LONG aValue) noexcept
 {
-    VARIANT value = emptyVariant();
+    VARIANT value{};
     value.vt = VT_I4;
     value.lVal = aValue;
     return value;
@@ -124,7 +119,7 @@ VARIANT In(LONG aValue) noexcept
 
 VARIANT In(SHORT aValue) noexcept
 {
-    VARIANT value = emptyVariant();
+    VARIANT value{};
     value.vt = VT_I2;
     value.iVal = aValue;
     return value;
@@ -132,7 +127,7 @@ VARIANT In(SHORT aValue) noexcept
 
 VARIANT In(double aValue) noexcept
 {
-    VARIANT value = emptyVariant();
+    VARIANT value{};
     value.vt = VT_R8;
     value.dblVal = aValue;
     return value;
@@ -140,7 +135,7 @@ VARIANT In(double aValue) noexcept
 
 VARIANT In(const _bstr_t& aValue) noexcept
 {
-    VARIANT value = emptyVariant();
+    VARIANT value{};
     value.vt = VT_BSTR;
     // A callee does not write to an argument passed by value.
     value.bstrVal = const_cast<BSTR>(static_cast<const wchar_t*>(aValue));
@@ -149,7 +144,7 @@ VARIANT In(const _bstr_t& aValue) noexcept
 
 VARIANT InObject(IDispatch* aValue) noexcept
 {
-    VARIANT value = emptyVariant();
+    VARIANT value{};
     value.vt = VT_DISPATCH;
     value.pdispVal = aValue;
     return value;
@@ -157,7 +152,7 @@ VARIANT InObject(IDispatch* aValue) noexcept
 
 VARIANT True() noexcept
 {
-    VARIANT value = emptyVariant();
+    VARIANT value{};
     value.vt = VT_BOOL;
     value.boolVal = VARIANT_TRUE;
     return value;
@@ -165,7 +160,7 @@ VARIANT True() noexcept
 
 VARIANT ByRef(LONG& aValue) noexcept
 {
-    VARIANT value = emptyVariant();
+    VARIANT value{};
     value.vt = VT_BYREF | VT_I4;
     value.plVal = &aValue;
     return value;
@@ -173,7 +168,7 @@ VARIANT ByRef(LONG& aValue) noexcept
 
 VARIANT ByRef(double& aValue) noexcept
 {
-    VARIANT value = emptyVariant();
+    VARIANT value{};
     value.vt = VT_BYREF | VT_R8;
     value.pdblVal = &aValue;
     return value;
@@ -181,7 +176,7 @@ VARIANT ByRef(double& aValue) noexcept
 
 VARIANT ByRef(VARIANT& aValue) noexcept
 {
-    VARIANT value = emptyVariant();
+    VARIANT value{};
     value.vt = VT_BYREF | VT_VARIANT;
     value.pvarVal = &aValue;
     return value;
@@ -189,7 +184,7 @@ VARIANT ByRef(VARIANT& aValue) noexcept
 
 VARIANT ByRef(IDispatch*& aValue) noexcept
 {
-    VARIANT value = emptyVariant();
+    VARIANT value{};
     value.vt = VT_BYREF | VT_DISPATCH;
     value.ppdispVal = &aValue;
     return value;
@@ -197,7 +192,7 @@ VARIANT ByRef(IDispatch*& aValue) noexcept
 
 VARIANT Missing() noexcept
 {
-    VARIANT value = emptyVariant();
+    VARIANT value{};
     value.vt = VT_ERROR;
     value.scode = DISP_E_PARAMNOTFOUND;
     return value;
@@ -212,7 +207,8 @@ HRESULT TryInvoke(IDispatch* aObject, DISPID aMember, WORD aKind,
     if (aArgs.size() > kMaxArgs) {
         return DISP_E_BADPARAMCOUNT;
     }
-    std::array<VARIANT, kMaxArgs> reversed{};
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): set as far as the host is told of it
+    std::array<VARIANT, kMaxArgs> reversed;
     std::reverse_copy(aArgs.begin(), aArgs.end(), reversed.begin());
     DISPPARAMS params{};
     params.rgvarg = aArgs.size() != 0 ? reversed.data() : nullptr;
@@ -253,8 +249,11 @@ IDispatchPtr FetchObject(IDispatch* aObject, DISPID aMember, WORD aKind,
     _variant_t result;
     invoke(aObject, aMember, aKind, aArgs, &result);
     switch (result.vt) {
-    case VT_DISPATCH:
-        return IDispatchPtr(result.pdispVal);
+    case VT_DISPATCH: {
+        IDispatchPtr object(result.pdispVal, false); // takes the reference over
+        result.vt = VT_EMPTY;
+        return object;
+    }
     case VT_UNKNOWN:
         return IDispatchPtr(result.punkVal);
     case VT_EMPTY:

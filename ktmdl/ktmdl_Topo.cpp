@@ -23,6 +23,7 @@
 #include <algorithm>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <utility>
@@ -111,21 +112,34 @@ void listRegistered(ktmdl_TopoSeq& aTopos)
     }
 }
 
-//! Copies a key out of an array.
-//! @throws _com_error  the array does not hold that many bytes
-std::vector<unsigned char> keyBytes(long aSize, SAFEARRAY* aKey)
+//! A key copied out of an array.
+class KeyBytes
 {
-    // Memory only for what the array can hold; the copy refuses the rest before it writes. One
-    // byte is always there, so that a short array is not mistaken for a missing target.
-    const bool fits = aSize >= 0 && aSize <= ktmdl_detail::ArrayLength(aKey);
-    std::vector<unsigned char> bytes(fits ? static_cast<std::size_t>(aSize) + 1 : 1);
-    const long code = GetValuesFromSafeArray(aKey, aSize, bytes.data());
-    if (code < 0) {
-        _com_issue_error(static_cast<HRESULT>(code));
+public:
+    //! @throws _com_error  the array does not hold that many bytes
+    KeyBytes(long aSize, SAFEARRAY* aKey)
+    {
+        // Memory only for what the array can hold; the copy refuses the rest before it writes.
+        if (aSize > static_cast<long>(sizeof(mShort)) && aSize <= ktmdl_detail::ArrayLength(aKey)) {
+            mLong.reset(new unsigned char[static_cast<std::size_t>(aSize)]);
+            mData = mLong.get();
+        }
+        const long code = GetValuesFromSafeArray(aKey, aSize, mData);
+        if (code < 0) {
+            _com_issue_error(static_cast<HRESULT>(code));
+        }
     }
-    bytes.pop_back();
-    return bytes;
-}
+    KeyBytes(const KeyBytes&) = delete;
+    KeyBytes& operator=(const KeyBytes&) = delete;
+    ~KeyBytes() = default;
+
+    [[nodiscard]] const unsigned char* Data() const noexcept { return mData; }
+
+private:
+    unsigned char mShort[64]{}; //!< most keys are short
+    std::unique_ptr<unsigned char[]> mLong;
+    unsigned char* mData{mShort};
+};
 
 //! Copies the bytes of a key; gives null when there are none.
 std::unique_ptr<unsigned char[]> copyOf(long aSize, const unsigned char* aKey)
@@ -278,7 +292,7 @@ ktmdl_Topo::ktmdl_Topo(long aSize, const unsigned char* aKey)
 ktmdl_Topo::ktmdl_Topo(long aSize, SAFEARRAY* aKey)
 {
     if (aSize >= 1) {
-        setKey(aSize, keyBytes(aSize, aKey).data());
+        setKey(aSize, KeyBytes(aSize, aKey).Data());
     }
 }
 
@@ -313,10 +327,10 @@ Hnd_ktmdl_Topo ktmdl_Topo::New(long aSize, SAFEARRAY* aKey)
 Hnd_ktmdl_Topo ktmdl_Topo::New(long aSize, SAFEARRAY* aKey, unsigned char& aIsNew)
 {
     aIsNew = 0;
-    const std::vector<unsigned char> key = keyBytes(aSize, aKey);
-    Hnd_ktmdl_Topo topo = registry().FindByKey(aSize, key.data());
+    const KeyBytes key(aSize, aKey);
+    Hnd_ktmdl_Topo topo = registry().FindByKey(aSize, key.Data());
     if (topo.IsNull() != 0) {
-        topo = Hnd_ktmdl_Topo(new ktmdl_Topo(aSize, key.data()));
+        topo = Hnd_ktmdl_Topo(new ktmdl_Topo(aSize, key.Data()));
         registry().Add(topo);
         aIsNew = 1;
     }
@@ -391,7 +405,7 @@ void ktmdl_Topo::UpdateReferenceKey()
         const long size = referenceKey(pTopo.GetInterfacePtr(), array);
         std::unique_ptr<unsigned char[]> key;
         try {
-            key = copyOf(size, keyBytes(size, array.Get()).data());
+            key = copyOf(size, KeyBytes(size, array.Get()).Data());
         } catch (const _com_error&) {
             // On purpose: not registered any more. Pinned by
             // UpdateReferenceKeyThatCantCopyTheKeyLeavesTheReferenceUnregistered.
@@ -755,6 +769,77 @@ unsigned char ktmdl_Topo::HasChanged(unsigned char aQuick, ktmdl_BBox3d& aBox,
     return bits;
 }
 
+namespace {
+
+//! The references of a cached list, to find those that the host still has. It mostly has them in
+//! the same order, so that none is searched for.
+class CachedChildren
+{
+public:
+    //! @param aList  may be null, and hold null references, as one from an archive may
+    explicit CachedChildren(const Hnd_ktmdl_TopoHSeq& aList)
+    {
+        const long count = aList.IsNull() != 0 ? 0 : aList->Length();
+        mChildren.reserve(static_cast<std::size_t>(count));
+        mSeen.reserve(static_cast<std::size_t>(count));
+        for (long i = 1; i <= count; ++i) {
+            mChildren.push_back(aList->Value(i));
+        }
+    }
+
+    //! Tells whether a child of the host is one of them, and notes that it is there.
+    bool See(const Hnd_ktmdl_Topo& aChild)
+    {
+        if (mNext >= mChildren.size() || mChildren[mNext] != aChild) {
+            const std::size_t place = Find(aChild);
+            if (place == mChildren.size()) {
+                return false;
+            }
+            mNext = place;
+        }
+        ++mNext;
+        mSeen.push_back(&*aChild);
+        return true;
+    }
+    //! Tells whether one of them was seen. Call it when all were.
+    bool WasSeen(const Hnd_ktmdl_Topo& aChild)
+    {
+        if (!mIsSeenSorted) {
+            std::sort(mSeen.begin(), mSeen.end(), std::less<>());
+            mIsSeenSorted = true;
+        }
+        return std::binary_search(mSeen.begin(), mSeen.end(), &*aChild, std::less<>());
+    }
+
+private:
+    //! Gives the first place of a child; the number of all when it has none.
+    std::size_t Find(const Hnd_ktmdl_Topo& aChild)
+    {
+        if (mPlaces.empty()) {
+            for (std::size_t i = 0; i < mChildren.size(); ++i) {
+                if (mChildren[i].IsNull() == 0) {
+                    mPlaces.emplace_back(&*mChildren[i], i);
+                }
+            }
+            std::sort(mPlaces.begin(), mPlaces.end());
+        }
+        const auto found =
+            std::lower_bound(mPlaces.begin(), mPlaces.end(), Place(&*aChild, std::size_t{0}));
+        return found != mPlaces.end() && found->first == &*aChild ? found->second
+                                                                  : mChildren.size();
+    }
+
+    using Place = std::pair<const ktmdl_Topo*, std::size_t>;
+
+    std::vector<Hnd_ktmdl_Topo> mChildren;
+    std::vector<const ktmdl_Topo*> mSeen;
+    std::vector<Place> mPlaces; //!< by address, made when a search is needed
+    std::size_t mNext{0};       //!< where the next child is expected
+    bool mIsSeenSorted{false};
+};
+
+} // namespace
+
 //! Compares one cached list with the host's collection; gives the group's change bits.
 unsigned char ktmdl_Topo::compareChildren(const ChildGroup& aGroup, bool aQuick,
                                           const ChangeLists& aLists) const
@@ -771,28 +856,21 @@ unsigned char ktmdl_Topo::compareChildren(const ChildGroup& aGroup, bool aQuick,
         }
     }
 
-    ktmdl_TopoMap old(cachedCount);
-    for (long i = 1; i <= cachedCount; ++i) {
-        // A null reference, which an archive may hold, is no child that could be found.
-        if (cached->Value(i).IsNull() == 0) {
-            old.Add(cached->Value(i));
-        }
-    }
-    ktmdl_TopoMap seen(1);
+    CachedChildren old(cached);
     aLists.current = new ktmdl_TopoHSeq();
     aLists.gone = new ktmdl_TopoHSeq();
     aLists.fresh = new ktmdl_TopoHSeq();
     aLists.altered = new ktmdl_TopoHSeq();
 
+    const ktmdl_BBox3d fresh = defaultBox();
     for (LONG i = 1; i <= count; ++i) {
         const Hnd_ktmdl_Topo child = adoptChild(aGroup, ItemOf(pItems, i));
         unsigned char difference = 0;
-        if (old.Contains(child) != 0) {
-            seen.Add(child);
+        if (old.See(child)) {
             if (child->mBBox.mMin.IsEqual(child->mBBox.mMax, 0.0) != 0) {
                 child->mBBox = BuildBBox(child->mDispTopo);
             }
-            if (defaultBox().IsEqual(child->mBBox) == 0) {
+            if (fresh.IsEqual(child->mBBox) == 0) {
                 aLists.altered->Append(child);
                 difference = aGroup.alteredBit;
             }
@@ -813,7 +891,7 @@ unsigned char ktmdl_Topo::compareChildren(const ChildGroup& aGroup, bool aQuick,
     if (gone >= 1) {
         for (long i = 1; i <= cachedCount; ++i) {
             const Hnd_ktmdl_Topo& child = cached->Value(i);
-            if (child.IsNull() == 0 && seen.Contains(child) == 0) {
+            if (child.IsNull() == 0 && !old.WasSeen(child)) {
                 aLists.gone->Append(child);
             }
         }

@@ -33,6 +33,7 @@ kt_test(ktmdl_tests
   ktmdl_BldReference_test.cpp
   ktmdl_Diag_test.cpp
   ktmdl_HostCall_test.cpp
+  ktmdl_HostCallCount_test.cpp
   ktmdl_Queries_test.cpp
   ktmdl_ShowVariable_test.cpp
   ktmdl_Topo_Changes_test.cpp

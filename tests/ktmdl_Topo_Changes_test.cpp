@@ -9,6 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <map>
+#include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -720,5 +724,171 @@ TEST(ktmdl_Topo, HasChangedPassesOverNullChildren)
         EXPECT_EQ(arguments.Ask(family.topo, 0), group.countBit);
         EXPECT_EQ(arguments.List(group.firstList).size(), 2u);
         EXPECT_EQ(arguments.List(group.firstList + 1).size(), 0u) << "gone";
+    }
+}
+
+// The comparison step by step
+
+namespace {
+
+//! What a check of a body's faces gives and asks, written down from its steps with plain sets.
+struct Comparison
+{
+    unsigned bits{0};
+    bool hasLists{false};
+    Topos current;
+    Topos gone;
+    Topos fresh;
+    Topos altered;
+    std::vector<std::string> calls;
+};
+
+//! The objects that a body may have as faces. Every second has a range.
+struct Faces
+{
+    explicit Faces(Scene& aScene)
+    {
+        for (unsigned char i = 0; i < 12; ++i) {
+            const std::string name = "f" + std::to_string(i);
+            const Bytes key = {static_cast<unsigned char>(100 + i)};
+            objects.push_back(i % 2 == 0 ? &aScene.Keyed(name, key)
+                                         : &aScene.Keyed(name, key, {1, 2, 3}, {4, 5, 6}));
+            topos.push_back(newTopo(key));
+        }
+    }
+    [[nodiscard]] bool HasRange(std::size_t aIdx) const { return aIdx % 2 != 0; }
+
+    std::vector<fake::Object*> objects;
+    Topos topos; //!< registered
+};
+
+Comparison comparePlainly(const Faces& aFaces, const Topos& aCached,
+                          const std::vector<std::size_t>& aItems, bool aQuick)
+{
+    Comparison result;
+    result.calls = {"parent.Faces?", "parent.get Faces(I4 1)", "Faces.get 23()"};
+    if (aItems.size() != aCached.size()) {
+        result.bits = 8;
+        if (aQuick) {
+            return result;
+        }
+    }
+    result.hasLists = true;
+    std::set<const ktmdl_Topo*> old;
+    for (const Hnd_ktmdl_Topo& topo : aCached) {
+        if (topo.IsNull() == 0) {
+            old.insert(&*topo);
+        }
+    }
+    std::set<const ktmdl_Topo*> seen;
+    std::map<const ktmdl_Topo*, bool> hasBox;
+    for (const Hnd_ktmdl_Topo& topo : aFaces.topos) {
+        hasBox[&*topo] = cornersOf(topo->mBBox) != kDefaultBox;
+    }
+    for (std::size_t i = 0; i < aItems.size(); ++i) {
+        const std::size_t item = aItems[i];
+        const std::string name = "f" + std::to_string(item);
+        result.calls =
+            joined({result.calls, {"Faces.0(I4 " + std::to_string(i + 1) + ")"}, keyCalls(name)});
+        const Hnd_ktmdl_Topo& child = aFaces.topos[item];
+        const bool isOld = old.count(&*child) != 0;
+        if (!isOld || !hasBox[&*child]) {
+            hasBox[&*child] = aFaces.HasRange(item);
+            result.calls =
+                joined({result.calls, aFaces.HasRange(item) ? boxCalls(name) : noBoxCalls(name)});
+        }
+        unsigned difference = 0;
+        if (!isOld) {
+            result.fresh.push_back(child);
+            difference = 8;
+        } else {
+            seen.insert(&*child);
+            if (hasBox[&*child]) {
+                result.altered.push_back(child);
+                difference = 16;
+            }
+        }
+        result.bits |= difference;
+        if (difference != 0 && aQuick) {
+            return result;
+        }
+        result.current.push_back(child);
+    }
+    if (result.fresh.size() + aCached.size() > aItems.size()) {
+        for (const Hnd_ktmdl_Topo& topo : aCached) {
+            if (topo.IsNull() == 0 && seen.count(&*topo) == 0) {
+                result.gone.push_back(topo);
+            }
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+TEST(ktmdl_Topo, HasChangedComparesAsItsStepsDo)
+{
+    std::mt19937 random(1);
+    const auto below = [&random](std::size_t count) { return random() % count; };
+    for (int round = 0; round < 1000; ++round) {
+        Scene scene;
+        const Faces faces(scene);
+        // Cached children, some twice, some null, some that the host never knew.
+        Topos cached;
+        std::vector<std::size_t> items;
+        for (std::size_t i = below(12); i > 0; --i) {
+            const std::size_t kind = below(20);
+            const std::size_t face = below(faces.topos.size());
+            cached.push_back(kind == 0   ? Hnd_ktmdl_Topo()
+                             : kind == 1 ? Hnd_ktmdl_Topo(new ktmdl_Topo)
+                                         : faces.topos[face]);
+            if (kind > 1) {
+                items.push_back(face);
+            }
+        }
+        // The host's: mostly in that order, with some more, some less and some moved.
+        for (std::size_t i = below(4); i > 0; --i) {
+            const auto at = [&](std::size_t extra) {
+                return items.begin() + static_cast<std::ptrdiff_t>(below(items.size() + extra));
+            };
+            const std::size_t change = below(3);
+            if (change == 0 || items.empty()) {
+                items.insert(at(1), below(faces.topos.size()));
+            } else if (change == 1) {
+                items.erase(at(0));
+            } else {
+                std::iter_swap(at(0), at(0));
+            }
+        }
+        for (const Hnd_ktmdl_Topo& topo : faces.topos) {
+            topo->mBBox = below(2) == 0 ? realBox() : ktmdl_BBox3d();
+        }
+        std::vector<fake::Object*> current;
+        for (const std::size_t item : items) {
+            current.push_back(faces.objects[item]);
+        }
+        fake::Object& parent = scene.Keyed("parent", {1});
+        parent.Property(L"Faces", fake::givesObject(&scene.Collection("Faces", current)));
+        const Hnd_ktmdl_Topo topo = newTopo(parent, 6);
+        topo->mSubTopos[1] = listOf(cached);
+        scene.world.Forget();
+
+        const bool isQuick = below(3) == 0;
+        const Comparison expected = comparePlainly(faces, cached, items, isQuick);
+        Arguments arguments;
+        EXPECT_EQ(arguments.Ask(topo, isQuick ? 1 : 0), expected.bits);
+        scene.ExpectCalls(expected.calls);
+        if (expected.hasLists) {
+            arguments.ExpectNew(5, 8);
+        } else {
+            arguments.ExpectUntouched(5, 8);
+        }
+        EXPECT_EQ(arguments.List(5), expected.current);
+        EXPECT_EQ(arguments.List(6), expected.gone);
+        EXPECT_EQ(arguments.List(7), expected.fresh);
+        EXPECT_EQ(arguments.List(8), expected.altered);
+        if (HasFailure()) {
+            FAIL() << "round " << round;
+        }
     }
 }

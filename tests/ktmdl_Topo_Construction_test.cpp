@@ -295,3 +295,22 @@ TEST(ktmdl_Topo, ThisGivesACountedHandle)
     EXPECT_EQ(itself, topo);
     EXPECT_EQ(topo->RefCount(), 2);
 }
+
+TEST(ktmdl_Topo, NewCopiesShortAndLongKeysAlike)
+{
+    for (const std::size_t size : {1U, 63U, 64U, 65U, 66U, 1000U}) {
+        Scene scene;
+        Bytes key(size);
+        for (std::size_t i = 0; i < size; ++i) {
+            key[i] = static_cast<unsigned char>(3 * i + 1);
+        }
+        const OwnArray array(key);
+        const auto length = static_cast<long>(size);
+        EXPECT_EQ(codeOf([&] { ktmdl_Topo::New(length + 1, array); }), DISP_E_BADINDEX) << size;
+        EXPECT_FALSE(isRegistered(key)) << size;
+        const Hnd_ktmdl_Topo topo = ktmdl_Topo::New(length, array);
+        EXPECT_EQ(keyOf(topo), key) << size;
+        EXPECT_EQ(ktmdl_Topo::New(length, array), topo) << size;
+        EXPECT_NE(ktmdl_Topo::New(length - 1, array), topo) << size;
+    }
+}

@@ -154,6 +154,16 @@ void note(Part& aPart, Number aNumber)
     aPart.result = std::to_string(aNumber);
 }
 
+//! A body with a long key; short ones are copied without taking memory.
+struct LongKeyedPart : Part
+{
+    LongKeyedPart()
+    {
+        scriptKey(body, Bytes(100, 1));
+        topo = newTopo(body, 6);
+    }
+};
+
 //! Besides, a reference that only the registry holds.
 struct UnusedPart : Part
 {
@@ -254,6 +264,7 @@ void addReferences(std::vector<Operation>& aAll)
                                           [](const Subject& p) { return p.State(); }));
     };
     using Open = std::unique_ptr<Part>;
+    using LongKeyed = std::unique_ptr<LongKeyedPart>;
     using Unmeasurable = std::unique_ptr<UnmeasurablePart>;
     using Bound = std::unique_ptr<BoundPart>;
     using Rekeyed = std::unique_ptr<RekeyedPart>;
@@ -270,8 +281,8 @@ void addReferences(std::vector<Operation>& aAll)
     add(Open(), "NewOfAKey", all, raises, [](Part& p) { p.made = ktmdl_Topo::New(1, p.key); });
     add(Open(), "NewOfAnObject", all, raises,
         [](Part& p) { p.made = ktmdl_Topo::New(p.face.Ptr()); });
-    add(Open(), "NewOfAKnownObject", all, raises,
-        [](Part& p) { p.made = ktmdl_Topo::New(p.body.Ptr()); });
+    add(LongKeyed(), "NewOfAKnownObjectWithALongKey", all, raises,
+        [](LongKeyedPart& p) { p.made = ktmdl_Topo::New(p.body.Ptr()); });
     add(Open(), "BuildPersistentData", fresh, shows,
         [](Part& p) { note(p, p.topo->BuildPersistentData()); });
     add(Changed(), "HasChanged", fresh, shows, [](ChangedPart& p) {

@@ -532,6 +532,7 @@ HRESULT Object::QueryInterface(REFIID aIid, void** aObject)
 {
     const Answering answering;
     RequireAlive("QueryInterface");
+    mWorld->NoteQuery();
     *aObject = nullptr;
     HRESULT code = E_NOINTERFACE;
     const bool isBasic = IsEqualIID(aIid, IID_IUnknown) || IsEqualIID(aIid, IID_IDispatch);

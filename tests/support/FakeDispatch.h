@@ -163,7 +163,13 @@ public:
     [[nodiscard]] std::string LastCall() const { return mCalls.empty() ? "" : mCalls.back(); }
     //! Gives how many entries are a call of a member of an object.
     [[nodiscard]] long CountOf(const std::string& aPattern) const;
-    void Forget() { mCalls.clear(); }
+    //! Gives how often objects were asked for an interface or for their identity.
+    [[nodiscard]] long Queries() const { return mQueries; }
+    void Forget()
+    {
+        mCalls.clear();
+        mQueries = 0;
+    }
 
     //! Makes the Nth look-up or call from now on fail with a code.
     //! @param aIsLate  the member does its work all the same: by-reference arguments are answered
@@ -180,6 +186,7 @@ public:
     [[nodiscard]] std::string NameOf(const IDispatch* aObject) const;
 
     void Note(std::string aCall) { mCalls.push_back(std::move(aCall)); }
+    void NoteQuery() { ++mQueries; }
     void Accuse(std::string aViolation) { mViolations.push_back(std::move(aViolation)); }
     //! Tells whether the call noted last is the one to fail.
     [[nodiscard]] bool IsFaultDue();
@@ -190,6 +197,7 @@ private:
     std::vector<std::unique_ptr<Object>> mObjects;
     std::vector<std::string> mCalls;
     std::vector<std::string> mViolations;
+    long mQueries{0};
     long mCallsToFault{0};
     HRESULT mFaultCode{S_OK};
     bool mIsFaultLate{false};
