@@ -22,6 +22,7 @@
 
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <random>
 #include <sstream>
 
@@ -146,7 +147,7 @@ std::vector<Numbers<Count>> theirValues()
 }
 
 // Storing all values, and loading them, once per library. What is stored is complete data; each
-// side leaves it where it made it.
+// side leaves it where it made it. The memory of what is loaded is given back behind the time.
 
 template <class Value>
 const std::vector<unsigned char>& ourStore(ktstd_Archive& aArchive, std::vector<Value>& aValues)
@@ -163,12 +164,12 @@ std::vector<unsigned char> ourStore(std::vector<Value>& aValues)
     return ourStore(archive, aValues);
 }
 template <class Value>
-void ourLoad(std::vector<unsigned char> aData, std::vector<Value>& aValues)
+void ourLoad(ktstd_Archive& aArchive, std::vector<Value>& aValues)
 {
-    ktstd_Archive archive(std::move(aData));
     for (Value& value : aValues) {
-        value.Serialize(archive);
+        value.Serialize(aArchive);
     }
+    aArchive.Close();
 }
 
 struct Boost
@@ -236,12 +237,14 @@ Side ourLoading()
                 const auto values = std::make_shared<std::vector<Value>>(ourValues<Value>());
                 const auto data = std::make_shared<std::vector<unsigned char>>(ourStore(*values));
                 const auto taken = std::make_shared<std::vector<unsigned char>>();
+                const auto archive = std::make_shared<std::optional<ktstd_Archive>>();
                 return Steps{[data, taken] { *taken = *data; },
-                             [values, taken] {
-                                 ourLoad(std::move(*taken), *values);
+                             [values, taken, archive] {
+                                 archive->emplace(std::move(*taken));
+                                 ourLoad(**archive, *values);
                                  consume(values->data());
                              },
-                             nullptr};
+                             [archive] { archive->reset(); }};
             }};
 }
 template <class Library, std::size_t Count>
@@ -316,7 +319,8 @@ void addValues(const std::string& aWhat, double aAimOfCopying)
         const std::vector<Value> before = ours;
         const std::vector<unsigned char> data = ourStore(ours);
         std::vector<Value> loaded(ours.size());
-        ourLoad(data, loaded);
+        ktstd_Archive archive(data);
+        ourLoad(archive, loaded);
         std::vector<Numbers<Count>> theirs = theirValues<Count>();
         std::istringstream stream(theirStore<Cereal>(theirs));
         std::vector<Numbers<Count>> theirLoaded(theirs.size());
@@ -467,13 +471,16 @@ Side ourToposLoaded()
                 const auto data = ourData();
                 const auto taken = std::make_shared<std::vector<unsigned char>>();
                 const auto topos = std::make_shared<ktmdl_TopoSeq>();
+                const auto archive = std::make_shared<std::optional<ktstd_Archive>>();
                 return Steps{[data, taken] { *taken = *data; },
-                             [taken, topos] {
-                                 ktstd_Archive archive(std::move(*taken));
-                                 topos->Serialize(archive);
+                             [taken, topos, archive] {
+                                 archive->emplace(std::move(*taken));
+                                 topos->Serialize(**archive);
+                                 (*archive)->Close();
                                  consume(topos.get());
                              },
-                             [topos] {
+                             [topos, archive] {
+                                 archive->reset();
                                  topos->Clear();
                                  ktmdl_Topo::ClearAllTopos();
                              }};
