@@ -55,7 +55,8 @@ public:
     std::size_t dataStart{0}; //!< storing: size of the room for the header
     std::vector<ktstd_detail::DirectoryEntry> directory; //!< storing
     std::set<std::string, std::less<>> classNames;       //!< storing: of all objects
-    const std::string* lastClass{nullptr};               //!< storing: of the last new object
+    Hnd_ktstd_Type lastType;                             //!< storing: of the last new object
+    const std::string* lastClass{nullptr};               //!< storing: its name
     ktstd_Schema::Maker lastMaker{nullptr};              //!< loading
     std::string_view lastMade;                           //!< loading: what it makes
     unsigned long long lastEpoch{0};                     //!< of the schema then
@@ -180,14 +181,16 @@ void ktstd_Archive::State::StoreWithNewRoom(const void* aData, std::size_t aSize
 //! Gives the class name of an object that can be stored.
 const std::string& ktstd_Archive::State::StorableClass(const Hnd_ktstd_Transient& aObject)
 {
-    const std::string_view name = aObject->DynamicType()->Name();
-    if (lastClass == nullptr || *lastClass != name || lastEpoch != ktstd_Schema::Epoch()) {
+    const Hnd_ktstd_Type& type = aObject->DynamicType();
+    if (type != lastType || lastEpoch != ktstd_Schema::Epoch()) {
+        const std::string_view name = type->Name();
         if (ktstd_Schema::MakerOf(name) == nullptr) {
             raiseStoring("object of class \"" + std::string(name) +
                              "\", which is not in the schema",
                          Reason::kUnknownClass);
         }
         lastClass = &*classNames.emplace(name).first;
+        lastType = type;
         lastEpoch = ktstd_Schema::Epoch();
     }
     return *lastClass;
@@ -534,7 +537,9 @@ void ktstd_Archive::WriteObject(const Hnd_ktstd_Transient& aObject)
         const unsigned char* const end = ktstd_detail::PutName(
             ktstd_detail::Put(reference, static_cast<std::uint32_t>(index + 1)), name);
         state.Store(reference, static_cast<std::size_t>(end - reference));
-        state.directory.push_back({&name, state.Stored(), 0});
+        ktstd_detail::DirectoryEntry& added = state.directory.emplace_back();
+        added.className = &name;
+        added.offset = state.Stored();
         state.objects.Last()->Serialize(*this);
         ktstd_detail::DirectoryEntry& entry = state.directory[index];
         entry.length = state.Stored() - entry.offset;

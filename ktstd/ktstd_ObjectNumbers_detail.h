@@ -43,6 +43,9 @@ public:
     //! Lets go of objects from the last one on, so that those that hold others go before them.
     void Drop(std::size_t aKept) noexcept
     {
+        if (aKept == 0) {
+            mPlaces.clear();
+        }
         while (mObjects.size() > aKept) {
             if (!mPlaces.empty()) {
                 mPlaces[placeOf(*mObjects.back())] = 0;
