@@ -25,6 +25,8 @@
 #include <optional>
 #include <random>
 #include <sstream>
+#include <string_view>
+#include <unordered_map>
 
 namespace bench {
 
@@ -47,6 +49,8 @@ struct Numbers
 struct PlainTopo
 {
     using List = std::vector<std::shared_ptr<PlainTopo>>;
+    //! Loaded references by their keys, which they hold, as the library registers them.
+    using Registry = std::unordered_multimap<std::string_view, std::shared_ptr<PlainTopo>>;
 
     template <class Archive>
     void serialize(Archive& aArchive)
@@ -455,6 +459,15 @@ std::shared_ptr<std::vector<unsigned char>> ourData()
     return std::make_shared<std::vector<unsigned char>>(storeTopos(archive, *topos));
 }
 
+void enter(const PlainTopo::List& aTopos, PlainTopo::Registry& aRegistry)
+{
+    for (const std::shared_ptr<PlainTopo>& topo : aTopos) {
+        aRegistry.emplace(topo->key, topo);
+        enter(topo->edges, aRegistry);
+        enter(topo->faces, aRegistry);
+    }
+}
+
 Side ourToposStored()
 {
     return {"ours", [] {
@@ -509,15 +522,20 @@ Side theirToposLoaded(const char* aName)
                 const auto stream =
                     std::make_shared<std::istringstream>(storeTopos<Library>(*topos));
                 const auto loaded = std::make_shared<PlainTopo::List>();
+                const auto registry = std::make_shared<PlainTopo::Registry>();
                 return Steps{nullptr,
-                             [stream, loaded] {
+                             [stream, loaded, registry] {
                                  stream->clear();
                                  stream->seekg(0);
                                  typename Library::In archive(*stream);
                                  Library::put(archive, *loaded);
-                                 consume(loaded.get());
+                                 enter(*loaded, *registry);
+                                 consume(registry.get());
                              },
-                             [loaded] { loaded->clear(); }};
+                             [loaded, registry] {
+                                 loaded->clear();
+                                 *registry = PlainTopo::Registry();
+                             }};
             },
             0.0, 3.0};
 }
