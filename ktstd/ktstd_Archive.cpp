@@ -324,6 +324,7 @@ std::vector<ktstd_ArchiveObject> ktstd_Archive::Objects() const
         return ktstd_detail::ParseDirectory(state.bytes, state.layout, state.source);
     }
     std::vector<ktstd_ArchiveObject> objects;
+    objects.reserve(state.directory.size());
     for (const ktstd_detail::DirectoryEntry& entry : state.directory) {
         const auto number = static_cast<unsigned long>(objects.size() + 1);
         objects.push_back({number, *entry.className, entry.offset, entry.length});

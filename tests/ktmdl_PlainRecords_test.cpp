@@ -5,7 +5,6 @@
 #include "ktmdl/ktmdl_Pnt3d.h"
 #include "ktmdl/ktmdl_Trsf3d.h"
 #include "ktstd/ktstd_Archive.h"
-#include "ktstd/ktstd_Schema.h"
 #include "support/Failures.h"
 #include "support/Records.h"
 
@@ -13,8 +12,10 @@
 
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -201,13 +202,26 @@ TEST(ktmdl_PlainRecords, VersionIsThatOfTheArchiveReadWhenTwoAreReadInTurn)
     EXPECT_EQ(bad.Remaining(), points.bytes().size());
 }
 
+TEST(ktmdl_PlainRecords, VersionIsCheckedAnewForAnArchiveInThePlaceOfAnother)
+{
+    RecordBytes points;
+    points.data3d(1.0, 2.0, 3.0).data3d(4.0, 5.0, 6.0);
+    std::optional<ktstd_Archive> archive(std::in_place, kt_test::archiveHolding(points.bytes()));
+    ktmdl_Pnt3d point;
+    point.Serialize(*archive);
+    archive.emplace(kt_test::archiveHolding(points.bytes(), 16, {{"ktmdl_Data3d", 1}}));
+    EXPECT_TRUE(kt_test::raisesCode(ktstd_fail_FileIO::kBadClassVersion,
+                                    [&] { point.Serialize(*archive); }));
+}
+
 TEST(ktmdl_PlainRecords, FieldsAreTakenBeforeTheMarkerIsMissed)
 {
-    RecordBytes point;
-    point.f64(1.0).f64(2.0).f64(3.0).u16(0xFFFF).data3d(4.0, 5.0, 6.0);
-    ktstd_Archive archive(kt_test::archiveHolding(point.bytes()));
-    const unsigned long long start = archive.Position();
+    RecordBytes points;
+    points.data3d(7.0, 8.0, 9.0).f64(1.0).f64(2.0).f64(3.0).u16(0xFFFF).data3d(4.0, 5.0, 6.0);
+    ktstd_Archive archive(kt_test::archiveHolding(points.bytes()));
     ktmdl_Pnt3d loaded;
+    loaded.Serialize(archive);
+    const unsigned long long start = archive.Position();
     EXPECT_TRUE(kt_test::raisesCode(ktstd_fail_FileIO::kMissingEndOfClass,
                                     [&] { loaded.Serialize(archive); }));
     EXPECT_EQ(loaded.mX, 1.0);
@@ -215,4 +229,43 @@ TEST(ktmdl_PlainRecords, FieldsAreTakenBeforeTheMarkerIsMissed)
     EXPECT_EQ(archive.Position(), start + 26);
     loaded.Serialize(archive);
     EXPECT_EQ(loaded.mX, 4.0);
+}
+
+TEST(ktmdl_PlainRecords, MarkerIsNotTakenFromBehindTheData)
+{
+    const std::size_t header = [] {
+        const ktstd_Archive empty(kt_test::archiveHolding({}));
+        return static_cast<std::size_t>(empty.Position());
+    }();
+    RecordBytes points;
+    points.data3d(7.0, 8.0, 9.0);
+    // The trailer, which follows, starts with the place where the data end.
+    constexpr std::size_t kEnd = 0x5AE1;
+    points.text(std::string(kEnd - header - points.bytes().size() - 24, 'b'));
+    points.f64(1.0).f64(2.0).f64(3.0);
+    const Bytes bytes = kt_test::archiveHolding(points.bytes());
+    unsigned short behind = 0;
+    std::memcpy(&behind, bytes.data() + kEnd, sizeof behind);
+    ASSERT_EQ(behind, static_cast<unsigned short>(EOC));
+
+    ktstd_Archive archive{Bytes(bytes)};
+    ktmdl_Pnt3d point;
+    point.Serialize(archive);
+    std::string block(points.bytes().size() - 26 - 24, ' ');
+    archive.Read(block.data(), static_cast<long>(block.size()));
+    EXPECT_TRUE(
+        kt_test::raisesCode(ktstd_fail_FileIO::kTruncated, [&] { point.Serialize(archive); }));
+    EXPECT_EQ(archive.Remaining(), 0U);
+}
+
+TEST(ktmdl_PlainRecords, BytesLikeAMarkerAreLeftWhereRecordsHaveNone)
+{
+    RecordBytes points(false);
+    points.data3d(7.0, 8.0, 9.0).data3d(1.0, 2.0, 3.0).u16(static_cast<unsigned short>(EOC));
+    ktstd_Archive archive(kt_test::archiveHolding(points.bytes(), 15));
+    ktmdl_Pnt3d point;
+    point.Serialize(archive);
+    point.Serialize(archive);
+    EXPECT_EQ(point.mZ, 3.0);
+    EXPECT_EQ(archive.Remaining(), 2U);
 }
