@@ -22,8 +22,11 @@
 
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <random>
 #include <sstream>
+#include <string_view>
+#include <unordered_map>
 
 namespace bench {
 
@@ -46,6 +49,8 @@ struct Numbers
 struct PlainTopo
 {
     using List = std::vector<std::shared_ptr<PlainTopo>>;
+    //! Loaded references by their keys, which they hold, as the library registers them.
+    using Registry = std::unordered_multimap<std::string_view, std::shared_ptr<PlainTopo>>;
 
     template <class Archive>
     void serialize(Archive& aArchive)
@@ -146,7 +151,7 @@ std::vector<Numbers<Count>> theirValues()
 }
 
 // Storing all values, and loading them, once per library. What is stored is complete data; each
-// side leaves it where it made it.
+// side leaves it where it made it. The memory of what is loaded is given back behind the time.
 
 template <class Value>
 const std::vector<unsigned char>& ourStore(ktstd_Archive& aArchive, std::vector<Value>& aValues)
@@ -163,12 +168,12 @@ std::vector<unsigned char> ourStore(std::vector<Value>& aValues)
     return ourStore(archive, aValues);
 }
 template <class Value>
-void ourLoad(std::vector<unsigned char> aData, std::vector<Value>& aValues)
+void ourLoad(ktstd_Archive& aArchive, std::vector<Value>& aValues)
 {
-    ktstd_Archive archive(std::move(aData));
     for (Value& value : aValues) {
-        value.Serialize(archive);
+        value.Serialize(aArchive);
     }
+    aArchive.Close();
 }
 
 struct Boost
@@ -236,12 +241,14 @@ Side ourLoading()
                 const auto values = std::make_shared<std::vector<Value>>(ourValues<Value>());
                 const auto data = std::make_shared<std::vector<unsigned char>>(ourStore(*values));
                 const auto taken = std::make_shared<std::vector<unsigned char>>();
+                const auto archive = std::make_shared<std::optional<ktstd_Archive>>();
                 return Steps{[data, taken] { *taken = *data; },
-                             [values, taken] {
-                                 ourLoad(std::move(*taken), *values);
+                             [values, taken, archive] {
+                                 archive->emplace(std::move(*taken));
+                                 ourLoad(**archive, *values);
                                  consume(values->data());
                              },
-                             nullptr};
+                             [archive] { archive->reset(); }};
             }};
 }
 template <class Library, std::size_t Count>
@@ -316,7 +323,8 @@ void addValues(const std::string& aWhat, double aAimOfCopying)
         const std::vector<Value> before = ours;
         const std::vector<unsigned char> data = ourStore(ours);
         std::vector<Value> loaded(ours.size());
-        ourLoad(data, loaded);
+        ktstd_Archive archive(data);
+        ourLoad(archive, loaded);
         std::vector<Numbers<Count>> theirs = theirValues<Count>();
         std::istringstream stream(theirStore<Cereal>(theirs));
         std::vector<Numbers<Count>> theirLoaded(theirs.size());
@@ -451,6 +459,15 @@ std::shared_ptr<std::vector<unsigned char>> ourData()
     return std::make_shared<std::vector<unsigned char>>(storeTopos(archive, *topos));
 }
 
+void enter(const PlainTopo::List& aTopos, PlainTopo::Registry& aRegistry)
+{
+    for (const std::shared_ptr<PlainTopo>& topo : aTopos) {
+        aRegistry.emplace(topo->key, topo);
+        enter(topo->edges, aRegistry);
+        enter(topo->faces, aRegistry);
+    }
+}
+
 Side ourToposStored()
 {
     return {"ours", [] {
@@ -467,13 +484,16 @@ Side ourToposLoaded()
                 const auto data = ourData();
                 const auto taken = std::make_shared<std::vector<unsigned char>>();
                 const auto topos = std::make_shared<ktmdl_TopoSeq>();
+                const auto archive = std::make_shared<std::optional<ktstd_Archive>>();
                 return Steps{[data, taken] { *taken = *data; },
-                             [taken, topos] {
-                                 ktstd_Archive archive(std::move(*taken));
-                                 topos->Serialize(archive);
+                             [taken, topos, archive] {
+                                 archive->emplace(std::move(*taken));
+                                 topos->Serialize(**archive);
+                                 (*archive)->Close();
                                  consume(topos.get());
                              },
-                             [topos] {
+                             [topos, archive] {
+                                 archive->reset();
                                  topos->Clear();
                                  ktmdl_Topo::ClearAllTopos();
                              }};
@@ -502,15 +522,20 @@ Side theirToposLoaded(const char* aName)
                 const auto stream =
                     std::make_shared<std::istringstream>(storeTopos<Library>(*topos));
                 const auto loaded = std::make_shared<PlainTopo::List>();
+                const auto registry = std::make_shared<PlainTopo::Registry>();
                 return Steps{nullptr,
-                             [stream, loaded] {
+                             [stream, loaded, registry] {
                                  stream->clear();
                                  stream->seekg(0);
                                  typename Library::In archive(*stream);
                                  Library::put(archive, *loaded);
-                                 consume(loaded.get());
+                                 enter(*loaded, *registry);
+                                 consume(registry.get());
                              },
-                             [loaded] { loaded->clear(); }};
+                             [loaded, registry] {
+                                 loaded->clear();
+                                 *registry = PlainTopo::Registry();
+                             }};
             },
             0.0, 3.0};
 }

@@ -11,6 +11,7 @@ namespace {
 
 constexpr char kClassName[] = "ktmdl_Axis3d";
 const ktstd_SchemaEntry schemaEntry(kClassName);
+ktmdl_detail::RecordClass recordClass{kClassName};
 
 // Makes the constants when the library is loaded.
 [[maybe_unused]] const ktmdl_Axis3d& xAtLoad = ktmdl_Axis3d::AX();
@@ -106,9 +107,7 @@ ktmdl_Trsf3d ktmdl_Axis3d::Trsf() const
 void ktmdl_Axis3d::Serialize(ktstd_Archive& aArchive)
 {
     ktmdl_Data3d::Serialize(aArchive);
-    if (aArchive.IsStoring() == 0) {
-        ktmdl_detail::CheckClassVersion(kClassName);
-    }
+    ktmdl_detail::BeginRecord(aArchive, recordClass);
     mDir.Serialize(aArchive);
-    ktmdl_detail::EndOfClass(aArchive, kClassName);
+    ktmdl_detail::EndRecord(aArchive, recordClass);
 }

@@ -12,6 +12,7 @@ namespace {
 
 constexpr char kClassName[] = "ktmdl_BBox2d";
 const ktstd_SchemaEntry schemaEntry(kClassName);
+ktmdl_detail::RecordClass recordClass{kClassName};
 
 bool overlaps(double aLower, double aUpper, double aOtherLower, double aOtherUpper)
 {
@@ -39,12 +40,10 @@ ktmdl_BBox2d::~ktmdl_BBox2d() = default;
 
 void ktmdl_BBox2d::Serialize(ktstd_Archive& aArchive)
 {
-    if (aArchive.IsStoring() == 0) {
-        ktmdl_detail::CheckClassVersion(kClassName);
-    }
+    ktmdl_detail::BeginRecord(aArchive, recordClass);
     mMin.Serialize(aArchive);
     mMax.Serialize(aArchive);
-    ktmdl_detail::EndOfClass(aArchive, kClassName);
+    ktmdl_detail::EndRecord(aArchive, recordClass);
 }
 
 void ktmdl_BBox2d::Get(double& aXMin, double& aYMin, double& aXMax, double& aYMax) const noexcept

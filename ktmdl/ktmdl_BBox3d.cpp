@@ -16,6 +16,7 @@ namespace {
 
 constexpr char kClassName[] = "ktmdl_BBox3d";
 const ktstd_SchemaEntry schemaEntry(kClassName);
+ktmdl_detail::RecordClass recordClass{kClassName};
 
 //! Puts two coordinates in order.
 void order(double& aLower, double& aUpper)
@@ -142,12 +143,10 @@ ktmdl_BBox3d::~ktmdl_BBox3d() = default;
 
 void ktmdl_BBox3d::Serialize(ktstd_Archive& aArchive)
 {
-    if (aArchive.IsStoring() == 0) {
-        ktmdl_detail::CheckClassVersion(kClassName);
-    }
+    ktmdl_detail::BeginRecord(aArchive, recordClass);
     mMin.Serialize(aArchive);
     mMax.Serialize(aArchive);
-    ktmdl_detail::EndOfClass(aArchive, kClassName);
+    ktmdl_detail::EndRecord(aArchive, recordClass);
 }
 
 void ktmdl_BBox3d::Get(double& aXMin, double& aYMin, double& aZMin, double& aXMax, double& aYMax,

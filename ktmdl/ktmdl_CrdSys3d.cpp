@@ -9,6 +9,7 @@ namespace {
 
 constexpr char kClassName[] = "ktmdl_CrdSys3d";
 const ktstd_SchemaEntry schemaEntry(kClassName);
+ktmdl_detail::RecordClass recordClass{kClassName};
 
 // Makes the constants when the library is loaded.
 [[maybe_unused]] const ktmdl_CrdSys3d& xoyAtLoad = ktmdl_CrdSys3d::XOY();
@@ -81,9 +82,7 @@ ktmdl_Trsf3d ktmdl_CrdSys3d::Trsf() const
 void ktmdl_CrdSys3d::Serialize(ktstd_Archive& aArchive)
 {
     ktmdl_Axis3d::Serialize(aArchive);
-    if (aArchive.IsStoring() == 0) {
-        ktmdl_detail::CheckClassVersion(kClassName);
-    }
+    ktmdl_detail::BeginRecord(aArchive, recordClass);
     mDirX.Serialize(aArchive);
-    ktmdl_detail::EndOfClass(aArchive, kClassName);
+    ktmdl_detail::EndRecord(aArchive, recordClass);
 }

@@ -10,6 +10,7 @@ namespace {
 
 constexpr char kClassName[] = "ktmdl_Data2d";
 const ktstd_SchemaEntry schemaEntry(kClassName);
+ktmdl_detail::RecordClass recordClass{kClassName};
 
 } // namespace
 
@@ -34,16 +35,7 @@ ktmdl_Trsf2d ktmdl_Data2d::Trsf() const
 
 void ktmdl_Data2d::Serialize(ktstd_Archive& aArchive)
 {
-    if (aArchive.IsStoring() != 0) {
-        const double block[2] = {mX, mY};
-        aArchive.Write(block, sizeof(block));
-    } else {
-        ktmdl_detail::CheckClassVersion(kClassName);
-        double block[2] = {};
-        aArchive.Read(block, sizeof(block));
-        Set(block[0], block[1]);
-    }
-    ktmdl_detail::EndOfClass(aArchive, kClassName);
+    ktmdl_detail::SerializeRecord(aArchive, recordClass, mX, mY);
 }
 
 void ktmdl_Data2d::Set(const ktmdl_Data2d& aOther) noexcept

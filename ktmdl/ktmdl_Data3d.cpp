@@ -13,6 +13,7 @@ namespace {
 
 constexpr char kClassName[] = "ktmdl_Data3d";
 const ktstd_SchemaEntry schemaEntry(kClassName);
+ktmdl_detail::RecordClass recordClass{kClassName};
 
 } // namespace
 
@@ -23,16 +24,7 @@ ktmdl_Trsf3d ktmdl_Data3d::Trsf() const
 
 void ktmdl_Data3d::Serialize(ktstd_Archive& aArchive)
 {
-    if (aArchive.IsStoring() != 0) {
-        const double block[3] = {mX, mY, mZ};
-        aArchive.Write(block, sizeof(block));
-    } else {
-        ktmdl_detail::CheckClassVersion(kClassName);
-        double block[3] = {};
-        aArchive.Read(block, sizeof(block));
-        Set(block[0], block[1], block[2]);
-    }
-    ktmdl_detail::EndOfClass(aArchive, kClassName);
+    ktmdl_detail::SerializeRecord(aArchive, recordClass, mX, mY, mZ);
 }
 
 unsigned char ktmdl_Data3d::IsSameTriple(const ktmdl_Data3d& aOther,

@@ -8,6 +8,7 @@ namespace {
 
 constexpr char kClassName[] = "ktmdl_ErosionPos";
 const ktstd_SchemaEntry schemaEntry(kClassName);
+ktmdl_detail::RecordClass recordClass{kClassName};
 
 } // namespace
 
@@ -36,15 +37,14 @@ void ktmdl_ErosionPos::operator=(const ktmdl_ErosionPos& aOther)
 
 void ktmdl_ErosionPos::Serialize(ktstd_Archive& aArchive)
 {
-    if (aArchive.IsStoring() != 0) {
+    if (ktmdl_detail::BeginRecord(aArchive, recordClass)) {
         mPosition.Serialize(aArchive);
         aArchive << mAngle;
     } else {
-        ktmdl_detail::CheckClassVersion(kClassName);
         mPosition.Serialize(aArchive);
         aArchive >> mAngle;
     }
-    ktmdl_detail::EndOfClass(aArchive, kClassName);
+    ktmdl_detail::EndRecord(aArchive, recordClass);
 }
 
 void ktmdl_ErosionPos::Set(const ktmdl_ErosionPos& aOther)

@@ -1,53 +1,32 @@
 #include "ktmdl/ktmdl_Record_detail.h"
 
-#include "ktstd/ktstd_Archive.h"
 #include "ktstd/ktstd_AsciiString.h"
 #include "ktstd/ktstd_FailureText_detail.h"
-#include "ktstd/ktstd_Schema.h"
 #include "ktstd/ktstd_fail.h"
 
-#include <cstdint>
 #include <ostream>
 
 namespace ktmdl_detail {
 
-namespace {
-
-//! A class whose version was found good.
-struct Accepted
+bool BeginRecordAnew(ktstd_Archive& aArchive, RecordClass& aClass)
 {
-    const char* name;         //!< compared by its address
-    unsigned long long epoch; //!< of the schema then
-};
-
-//! Gives the place where the last good class of a few is noted.
-Accepted& acceptedLast(const char* aName) noexcept
-{
-    static Accepted sAccepted[16] = {};
-    return sAccepted[(reinterpret_cast<std::uintptr_t>(aName) >> 4) % 16];
-}
-
-} // namespace
-
-void CheckClassVersion(const char* aName)
-{
-    Accepted& accepted = acceptedLast(aName);
-    if (accepted.name == aName && accepted.epoch == ktstd_Schema::Epoch()) {
-        return;
+    if (aArchive.IsStoring() != 0) {
+        return true;
     }
-    const ktstd_AsciiString name(aName);
+    const ktstd_AsciiString name(aClass.name);
     const long version = ktstd_Schema::ClassVersion(name);
     if (version < 0 || version > ktstd_Schema::LastClassVersion(name)) {
         ktstd_detail::FailureText text;
-        text << aName << ": bad class version [" << version << "]" << std::ends;
+        text << aClass.name << ": bad class version [" << version << "]" << std::ends;
         ktstd_fail_FileIO::Raise(text, ktstd_fail_FileIO::kBadClassVersion);
     }
-    accepted = {aName, ktstd_Schema::Epoch()};
+    aClass.archive = &aArchive;
+    aClass.epoch = ktstd_Schema::Epoch();
+    return false;
 }
 
-void EndOfClass(ktstd_Archive& aArchive, const char* aName)
+void EndRecordAnew(ktstd_Archive& aArchive, const RecordClass& aClass)
 {
-    constexpr long kFirstFormatWithMarkers = 16;
     const auto expected = static_cast<unsigned short>(EOC);
     if (aArchive.IsStoring() != 0) {
         aArchive << expected;
@@ -61,7 +40,7 @@ void EndOfClass(ktstd_Archive& aArchive, const char* aName)
     aArchive >> found;
     if (found != expected) {
         ktstd_detail::FailureText text;
-        text << aName << ": expected end of class" << std::ends;
+        text << aClass.name << ": expected end of class" << std::ends;
         ktstd_fail_FileIO::Raise(text, ktstd_fail_FileIO::kMissingEndOfClass);
     }
 }

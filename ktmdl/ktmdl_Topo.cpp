@@ -267,6 +267,7 @@ Hnd_ktstd_Transient makeTopo()
     return Hnd_ktmdl_Topo(new ktmdl_Topo());
 }
 const ktstd_SchemaEntry schemaEntry(kClassName, 0, makeTopo);
+ktmdl_detail::RecordClass recordClass{kClassName};
 
 } // namespace
 
@@ -905,13 +906,12 @@ unsigned char ktmdl_Topo::compareChildren(const ChildGroup& aGroup, bool aQuick,
 void ktmdl_Topo::Serialize(ktstd_Archive& aArchive)
 {
     ktstd_TShared::Serialize(aArchive);
-    if (aArchive.IsStoring() != 0) {
+    if (ktmdl_detail::BeginRecord(aArchive, recordClass)) {
         storeFields(aArchive);
     } else {
-        ktmdl_detail::CheckClassVersion(kClassName);
         loadFields(aArchive);
     }
-    ktmdl_detail::EndOfClass(aArchive, kClassName);
+    ktmdl_detail::EndRecord(aArchive, recordClass);
 }
 
 void ktmdl_Topo::storeFields(ktstd_Archive& aArchive)
@@ -940,9 +940,12 @@ void ktmdl_Topo::loadFields(ktstd_Archive& aArchive)
     if (size > std::numeric_limits<std::int16_t>::max()) {
         aArchive.RaiseDamaged("ktmdl_Topo: key longer than 32767 bytes");
     }
-    std::vector<unsigned char> key(size);
-    aArchive.Read(key.data(), size);
-    setKey(size, key.data());
+    std::unique_ptr<unsigned char[]> key;
+    if (size != 0) {
+        key.reset(new unsigned char[size]);
+    }
+    aArchive.Read(key.get(), size);
+    takeKey(size, std::move(key));
     // On purpose: registered as soon as the key is known, without looking for another reference of
     // that key. Pinned by LoadingNeverMergesWithARegisteredReference.
     registry().Add(Hnd_ktmdl_Topo(this));

@@ -19,6 +19,7 @@ namespace {
 
 constexpr char kClassName[] = "ktmdl_Trsf3d";
 const ktstd_SchemaEntry schemaEntry(kClassName);
+ktmdl_detail::RecordClass recordClass{kClassName};
 
 using Matrix = double[4][4];
 
@@ -134,13 +135,7 @@ ktmdl_Trsf3d::ktmdl_Trsf3d(const ktmdl_CrdSys3d& aCrdSys)
 
 void ktmdl_Trsf3d::Serialize(ktstd_Archive& aArchive)
 {
-    if (aArchive.IsStoring() != 0) {
-        aArchive.Write(mMatrix, sizeof(mMatrix));
-    } else {
-        ktmdl_detail::CheckClassVersion(kClassName);
-        aArchive.Read(mMatrix, sizeof(mMatrix));
-    }
-    ktmdl_detail::EndOfClass(aArchive, kClassName);
+    ktmdl_detail::SerializeRecord(aArchive, recordClass, mMatrix);
 }
 
 void ktmdl_Trsf3d::GetMatrix(double aMatrix[4][4]) const noexcept

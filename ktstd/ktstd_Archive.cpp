@@ -1,25 +1,31 @@
 #include "ktstd/ktstd_Archive.h"
 
 #include "ktstd/ktstd_ArchiveFormat_detail.h"
+#include "ktstd/ktstd_ArchiveRoom_detail.h"
 #include "ktstd/ktstd_AsciiString.h"
 #include "ktstd/ktstd_File_detail.h"
+#include "ktstd/ktstd_ObjectNumbers_detail.h"
 #include "ktstd/ktstd_Schema.h"
 #include "ktstd/ktstd_fail.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <unordered_map>
+#include <set>
+#include <string_view>
 #include <utility>
 
 using ktstd_detail::Bytes;
 using ktstd_detail::Get;
-using ktstd_detail::Put;
 using Reason = ktstd_fail_FileIO::Reason;
 
 const short EOC = 0x5AE1;
 
 namespace {
+
+constexpr std::size_t kRoom = 8192; //!< made at once for small values
+constexpr std::size_t kLargeArchive = std::size_t{1} << 26U;
 
 [[noreturn]] void raiseStoring(const std::string& aWhat, unsigned char aCode)
 {
@@ -35,36 +41,40 @@ bool fits32(long aValue) noexcept
 
 } // namespace
 
-class ktstd_Archive::State
+class ktstd_Archive::State : public ktstd_detail::ArchiveRoom
 {
 public:
-    //! Lets go of objects from the last one on, so that those that hold others go before them.
-    void DropObjects(std::size_t aKept) noexcept
-    {
-        while (objects.size() > aKept) {
-            numbers.erase(&*objects.back());
-            objects.pop_back();
-        }
-    }
-
-    bool isStoring{true};
     bool isFinished{false}; //!< storing: complete; loading: closed
-    long formatVersion{kNewestFormat};
-    long depth{0}; //!< objects being stored or loaded inside one another
+    long depth{0};          //!< objects being stored or loaded inside one another
     std::map<std::string, long> classVersions;
-    std::vector<Hnd_ktstd_Transient> objects; //!< object with number n at n - 1
+    ktstd_detail::ObjectNumbers objects;
 
-    // Storing: the data; once finished, the complete archive. Loading: the complete archive.
+    // Storing: room for the header, the data, and room for more of them; once finished, the
+    // complete archive. Loading: the complete archive.
     Bytes bytes;
-    std::vector<ktstd_ArchiveObject> directory; //!< storing: offsets from the start of the data
-    std::unordered_map<const ktstd_Transient*, std::uint32_t> numbers; //!< storing
+    std::size_t dataStart{0}; //!< storing: size of the room for the header
+    std::vector<ktstd_detail::DirectoryEntry> directory; //!< storing
+    std::set<std::string, std::less<>> classNames;       //!< storing: of all objects
+    Hnd_ktstd_Type lastType;                             //!< storing: of the last new object
+    const std::string* lastClass{nullptr};               //!< storing: its name
+    ktstd_Schema::Maker lastMaker{nullptr};              //!< loading
+    std::string_view lastMade;                           //!< loading: what it makes
+    unsigned long long lastEpoch{0};                     //!< of the schema then
 
     // Loading.
     std::string source;
     ktstd_detail::ArchiveLayout layout;
-    std::size_t at{0};
 
-    [[nodiscard]] std::size_t Left() const noexcept { return layout.dataEnd - at; }
+    //! Gives the size of the data that are stored.
+    [[nodiscard]] std::size_t Stored() const noexcept
+    {
+        return put != nullptr ? static_cast<std::size_t>(put - bytes.data()) - dataStart : 0;
+    }
+    //! Gives the place of the next read.
+    [[nodiscard]] std::size_t At() const noexcept
+    {
+        return static_cast<std::size_t>(get - bytes.data());
+    }
 
     [[noreturn]] void RaiseLoading(const std::string& aWhat, std::size_t aOffset,
                                    unsigned char aCode) const
@@ -74,8 +84,8 @@ public:
     [[noreturn]] void RaiseShort(std::size_t aWanted) const
     {
         RaiseLoading("wanted " + std::to_string(aWanted) + " bytes, found " +
-                         std::to_string(Left()),
-                     at, Reason::kTruncated);
+                         std::to_string(ToLoad()),
+                     At(), Reason::kTruncated);
     }
     void CheckStoring() const
     {
@@ -90,14 +100,40 @@ public:
         }
     }
 
+    void StoreWithNewRoom(const void* aData, std::size_t aSize);
+    //! Adds bytes to the data of a storing archive.
+    void Store(const void* aData, std::size_t aSize)
+    {
+        if (aSize <= ToStore()) {
+            Put(aData, aSize);
+        } else {
+            StoreWithNewRoom(aData, aSize);
+        }
+    }
+    template <class Unsigned>
+    void StoreNumber(Unsigned aNumber)
+    {
+        unsigned char number[sizeof(Unsigned)];
+        ktstd_detail::Put(number, aNumber);
+        Store(number, sizeof(number));
+    }
+    //! Drops the data from a place on.
+    void DropData(std::size_t aKept) noexcept
+    {
+        if (put != nullptr) {
+            put = bytes.data() + dataStart + aKept;
+        }
+    }
+    const std::string& StorableClass(const Hnd_ktstd_Transient& aObject);
+
     //! Takes bytes out of the data.
     const unsigned char* Take(std::size_t aSize)
     {
-        if (Left() < aSize) {
+        if (ToLoad() < aSize) {
             RaiseShort(aSize);
         }
-        const unsigned char* const data = bytes.data() + at;
-        at += aSize;
+        const unsigned char* const data = get;
+        get += aSize;
         return data;
     }
     template <class Unsigned>
@@ -105,15 +141,15 @@ public:
     {
         return Get<Unsigned>(Take(sizeof(Unsigned)));
     }
-    std::string TakeName()
+    std::string_view TakeName()
     {
-        const std::size_t start = at;
+        const std::size_t start = At();
         const std::size_t length = TakeNumber<std::uint8_t>();
         if (length == 0) {
             RaiseLoading("a class name is empty", start, Reason::kDamaged);
         }
-        const unsigned char* const text = Take(length);
-        return std::string(text, text + length);
+        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): bytes as characters
+        return std::string_view(reinterpret_cast<const char*>(Take(length)), length);
     }
     Hnd_ktstd_Transient KnownObject(std::uint32_t aNumber, const Hnd_ktstd_Type& aType,
                                     std::size_t aOffset) const;
@@ -122,16 +158,54 @@ public:
                    std::size_t aOffset) const;
 };
 
+//! Adds bytes that don't fit, and makes room for small ones behind them. When memory runs out,
+//! nothing has changed.
+void ktstd_Archive::State::StoreWithNewRoom(const void* aData, std::size_t aSize)
+{
+    const std::size_t start = put != nullptr ? dataStart : ktstd_detail::HeaderSize(classVersions);
+    const std::size_t used = start + Stored();
+    const std::size_t wanted = used + aSize + kRoom;
+    if (wanted > bytes.capacity()) {
+        const std::size_t factor = bytes.capacity() < kLargeArchive ? 4 : 2;
+        ktstd_detail::Reserve(bytes, std::max(wanted, factor * bytes.capacity()));
+    }
+    const auto* const data = static_cast<const unsigned char*>(aData);
+    bytes.resize(used);
+    bytes.insert(bytes.end(), data, data + aSize);
+    bytes.resize(wanted);
+    dataStart = start;
+    put = bytes.data() + used + aSize;
+    putEnd = bytes.data() + wanted;
+}
+
+//! Gives the class name of an object that can be stored.
+const std::string& ktstd_Archive::State::StorableClass(const Hnd_ktstd_Transient& aObject)
+{
+    const Hnd_ktstd_Type& type = aObject->DynamicType();
+    if (type != lastType || lastEpoch != ktstd_Schema::Epoch()) {
+        const std::string_view name = type->Name();
+        if (ktstd_Schema::MakerOf(name) == nullptr) {
+            raiseStoring("object of class \"" + std::string(name) +
+                             "\", which is not in the schema",
+                         Reason::kUnknownClass);
+        }
+        lastClass = &*classNames.emplace(name).first;
+        lastType = type;
+        lastEpoch = ktstd_Schema::Epoch();
+    }
+    return *lastClass;
+}
+
 Hnd_ktstd_Transient ktstd_Archive::State::KnownObject(std::uint32_t aNumber,
                                                       const Hnd_ktstd_Type& aType,
                                                       std::size_t aOffset) const
 {
-    if (aNumber > objects.size()) {
+    if (aNumber > objects.Size()) {
         RaiseLoading("reference to object " + std::to_string(aNumber) +
                          ", which was not read before",
                      aOffset, Reason::kBadReference);
     }
-    const Hnd_ktstd_Transient& object = objects[aNumber - 1];
+    const Hnd_ktstd_Transient& object = objects.Object(aNumber);
     CheckKind(object, aType, aOffset);
     return object;
 }
@@ -144,14 +218,22 @@ Hnd_ktstd_Transient ktstd_Archive::State::NewObject(const Hnd_ktstd_Type& aType,
         RaiseLoading("objects are nested deeper than " + std::to_string(kMaxDepth), aOffset,
                      Reason::kTooDeep);
     }
-    const std::string name = TakeName();
-    Hnd_ktstd_Transient object = ktstd_Schema::Make(name);
+    const std::string_view name = TakeName();
+    if (name != lastMade || lastEpoch != ktstd_Schema::Epoch()) {
+        lastMaker = ktstd_Schema::MakerOf(name);
+        lastMade = name;
+        lastEpoch = ktstd_Schema::Epoch();
+    }
+    Hnd_ktstd_Transient object;
+    if (lastMaker != nullptr) {
+        object = lastMaker();
+    }
     if (object.IsNull() != 0) {
-        RaiseLoading("object of the unknown class " + ktstd_detail::Quoted(name), aOffset,
-                     Reason::kUnknownClass);
+        RaiseLoading("object of the unknown class " + ktstd_detail::Quoted(std::string(name)),
+                     aOffset, Reason::kUnknownClass);
     }
     CheckKind(object, aType, aOffset);
-    objects.push_back(object);
+    objects.Add(object);
     return object;
 }
 
@@ -167,7 +249,9 @@ void ktstd_Archive::State::CheckKind(const Hnd_ktstd_Transient& aObject,
 
 ktstd_Archive::ktstd_Archive() : ktstd_Archive(kNewestFormat) {}
 
-ktstd_Archive::ktstd_Archive(long aFormatVersion) : mState(std::make_unique<State>())
+ktstd_Archive::ktstd_Archive(long aFormatVersion)
+    : mState(std::make_unique<State>()),
+      mRoom(mState.get())
 {
     if (aFormatVersion < kOldestFormat || aFormatVersion > kNewestFormat) {
         raiseStoring("wanted format version 15 or 16, found " + std::to_string(aFormatVersion),
@@ -182,7 +266,8 @@ ktstd_Archive::ktstd_Archive(std::vector<unsigned char> aBytes)
 {}
 
 ktstd_Archive::ktstd_Archive(std::vector<unsigned char> aBytes, std::string aSource)
-    : mState(std::make_unique<State>())
+    : mState(std::make_unique<State>()),
+      mRoom(mState.get())
 {
     State& state = *mState;
     state.isStoring = false;
@@ -191,7 +276,8 @@ ktstd_Archive::ktstd_Archive(std::vector<unsigned char> aBytes, std::string aSou
     state.layout = ktstd_detail::ParseArchive(state.bytes, state.source);
     state.formatVersion = state.layout.formatVersion;
     state.classVersions = std::move(state.layout.classVersions);
-    state.at = state.layout.dataStart;
+    state.get = state.bytes.data() + state.layout.dataStart;
+    state.getEnd = state.bytes.data() + state.layout.dataEnd;
 }
 
 ktstd_Archive ktstd_Archive::FromFile(const char* aPath)
@@ -204,7 +290,7 @@ ktstd_Archive ktstd_Archive::FromFile(const char* aPath)
 ktstd_Archive::~ktstd_Archive()
 {
     ktstd_Schema::ForgetArchive(this);
-    mState->DropObjects(0);
+    mState->objects.Drop(0);
 }
 
 unsigned char ktstd_Archive::IsStoring() const noexcept
@@ -234,18 +320,30 @@ const std::map<std::string, long>& ktstd_Archive::ClassVersions() const noexcept
 std::vector<ktstd_ArchiveObject> ktstd_Archive::Objects() const
 {
     const State& state = *mState;
-    return state.isStoring ? state.directory
-                           : ktstd_detail::ParseDirectory(state.bytes, state.layout, state.source);
+    if (!state.isStoring) {
+        return ktstd_detail::ParseDirectory(state.bytes, state.layout, state.source);
+    }
+    std::vector<ktstd_ArchiveObject> objects;
+    objects.reserve(state.directory.size());
+    for (const ktstd_detail::DirectoryEntry& entry : state.directory) {
+        const auto number = static_cast<unsigned long>(objects.size() + 1);
+        objects.push_back({number, *entry.className, entry.offset, entry.length});
+    }
+    return objects;
 }
 
 unsigned long long ktstd_Archive::Position() const noexcept
 {
-    return mState->isStoring ? mState->bytes.size() : mState->at;
+    const State& state = *mState;
+    if (!state.isStoring) {
+        return state.At();
+    }
+    return state.isFinished ? state.bytes.size() : state.Stored();
 }
 
 unsigned long long ktstd_Archive::Remaining() const noexcept
 {
-    return mState->isStoring ? 0 : mState->Left();
+    return mState->ToLoad();
 }
 
 void ktstd_Archive::SetClassVersion(const ktstd_AsciiString& aName, long aVersion)
@@ -273,8 +371,16 @@ const std::vector<unsigned char>& ktstd_Archive::Finish()
     if (state.depth != 0) {
         raiseStoring("finished while an object is being stored", Reason::kWrongMode);
     }
-    state.bytes = ktstd_detail::BuildArchive(state.formatVersion, state.classVersions, state.bytes,
-                                             state.directory);
+    const Bytes header = ktstd_detail::BuildHeader(state.formatVersion, state.classVersions);
+    const std::size_t used = state.dataStart + state.Stored();
+    const std::size_t size =
+        ktstd_detail::CompleteSize(header.size(), state.Stored(), state.directory);
+    ktstd_detail::Reserve(state.bytes, size);
+    // From here on no memory is taken.
+    state.bytes.resize(used);
+    ktstd_detail::CompleteArchive(state.bytes, state.dataStart, header, state.directory);
+    state.put = nullptr;
+    state.putEnd = nullptr;
     state.isFinished = true;
     return state.bytes;
 }
@@ -295,7 +401,7 @@ void ktstd_Archive::Close()
                                  Reason::kWrongMode);
     }
     state.isFinished = true;
-    state.DropObjects(0);
+    state.objects.Drop(0);
 }
 
 void ktstd_Archive::Write(const void* aData, long aLength)
@@ -304,8 +410,9 @@ void ktstd_Archive::Write(const void* aData, long aLength)
     if (aLength < 0) {
         raiseStoring("block of " + std::to_string(aLength) + " bytes", Reason::kValueOutOfRange);
     }
-    const auto* const data = static_cast<const unsigned char*>(aData);
-    mState->bytes.insert(mState->bytes.end(), data, data + aLength);
+    if (aLength != 0) {
+        mState->Store(aData, static_cast<std::size_t>(aLength));
+    }
 }
 
 long ktstd_Archive::Read(void* aData, long aLength)
@@ -313,8 +420,8 @@ long ktstd_Archive::Read(void* aData, long aLength)
     mState->CheckLoading();
     ktstd_Schema::SetArchiveBeingRead(this);
     if (aLength < 0) {
-        mState->RaiseLoading("wanted a block of " + std::to_string(aLength) + " bytes", mState->at,
-                             Reason::kDamaged);
+        mState->RaiseLoading("wanted a block of " + std::to_string(aLength) + " bytes",
+                             mState->At(), Reason::kDamaged);
     }
     const auto length = static_cast<std::size_t>(aLength);
     const unsigned char* const data = mState->Take(length);
@@ -332,21 +439,21 @@ void ktstd_Archive::WriteCount(unsigned long aCount)
         raiseStoring("count " + std::to_string(aCount) + " doesn't fit 32 bits",
                      Reason::kValueOutOfRange);
     }
-    Put(mState->bytes, static_cast<std::uint32_t>(aCount));
+    mState->StoreNumber(static_cast<std::uint32_t>(aCount));
 }
 
 unsigned long ktstd_Archive::ReadCount()
 {
     mState->CheckLoading();
     ktstd_Schema::SetArchiveBeingRead(this);
-    const std::size_t start = mState->at;
+    const unsigned char* const start = mState->get;
     const auto count = mState->TakeNumber<std::uint32_t>();
-    if (count > mState->Left()) {
-        const std::size_t left = mState->Left();
-        mState->at = start;
+    if (count > mState->ToLoad()) {
+        const std::size_t left = mState->ToLoad();
+        mState->get = start;
         mState->RaiseLoading("count of " + std::to_string(count) + " elements, but " +
                                  std::to_string(left) + " bytes are left",
-                             start, Reason::kDamaged);
+                             mState->At(), Reason::kDamaged);
     }
     return count;
 }
@@ -358,21 +465,21 @@ ktstd_Archive& ktstd_Archive::operator<<(long aValue)
         raiseStoring("number " + std::to_string(aValue) + " doesn't fit 32 bits",
                      Reason::kValueOutOfRange);
     }
-    Put(mState->bytes, static_cast<std::uint32_t>(aValue));
+    mState->StoreNumber(static_cast<std::uint32_t>(aValue));
     return *this;
 }
 
 ktstd_Archive& ktstd_Archive::operator<<(unsigned short aValue)
 {
     mState->CheckStoring();
-    Put(mState->bytes, aValue);
+    mState->StoreNumber(aValue);
     return *this;
 }
 
 ktstd_Archive& ktstd_Archive::operator<<(unsigned char aValue)
 {
     mState->CheckStoring();
-    Put(mState->bytes, aValue);
+    mState->StoreNumber(aValue);
     return *this;
 }
 
@@ -405,44 +512,42 @@ void ktstd_Archive::WriteObject(const Hnd_ktstd_Transient& aObject)
     State& state = *mState;
     state.CheckStoring();
     if (aObject.IsNull() != 0) {
-        Put(state.bytes, std::uint32_t{0});
+        state.StoreNumber(std::uint32_t{0});
         return;
     }
-    const auto known = state.numbers.find(&*aObject);
-    if (known != state.numbers.end()) {
-        Put(state.bytes, known->second);
+    const std::uint32_t known = state.objects.NumberOf(*aObject);
+    if (known != 0) {
+        state.StoreNumber(known);
         return;
     }
-    const std::string name = aObject->DynamicType()->Name();
-    if (ktstd_Schema::CanMake(name) == 0) {
-        raiseStoring("object of class \"" + name + "\", which is not in the schema",
-                     Reason::kUnknownClass);
-    }
+    const std::string& name = state.StorableClass(aObject);
     if (state.depth >= kMaxDepth) {
         raiseStoring("objects are nested deeper than " + std::to_string(kMaxDepth),
                      Reason::kTooDeep);
     }
-    if (state.objects.size() >= std::numeric_limits<std::uint32_t>::max()) {
+    const std::size_t index = state.objects.Size();
+    if (index >= std::numeric_limits<std::uint32_t>::max()) {
         raiseStoring("too many objects", Reason::kValueOutOfRange);
     }
 
-    const std::size_t start = state.bytes.size();
-    const std::size_t index = state.objects.size();
+    const std::size_t start = state.Stored();
     ++state.depth;
     try {
-        const auto number = static_cast<std::uint32_t>(index + 1);
-        state.objects.push_back(aObject);
-        state.numbers.emplace(&*aObject, number);
-        Put(state.bytes, number);
-        ktstd_detail::PutName(state.bytes, name);
-        state.directory.push_back({number, name, state.bytes.size(), 0});
-        state.objects.back()->Serialize(*this);
-        ktstd_ArchiveObject& entry = state.directory[index];
-        entry.length = state.bytes.size() - entry.offset;
+        state.objects.AddNumbered(aObject);
+        unsigned char reference[sizeof(std::uint32_t) + 1 + ktstd_detail::kLongestClassName];
+        const unsigned char* const end = ktstd_detail::PutName(
+            ktstd_detail::Put(reference, static_cast<std::uint32_t>(index + 1)), name);
+        state.Store(reference, static_cast<std::size_t>(end - reference));
+        ktstd_detail::DirectoryEntry& added = state.directory.emplace_back();
+        added.className = &name;
+        added.offset = state.Stored();
+        state.objects.Last()->Serialize(*this);
+        ktstd_detail::DirectoryEntry& entry = state.directory[index];
+        entry.length = state.Stored() - entry.offset;
     } catch (...) {
-        state.bytes.resize(start);
+        state.DropData(start);
         state.directory.resize(std::min(index, state.directory.size()));
-        state.DropObjects(index);
+        state.objects.Drop(index);
         --state.depth;
         throw;
     }
@@ -457,12 +562,12 @@ Hnd_ktstd_Transient ktstd_Archive::ReadObject(const Hnd_ktstd_Type& aType)
     if (state.isFinished) {
         ktstd_fail_FileIO::Raise("load archive: it is closed", Reason::kWrongMode);
     }
-    const std::size_t start = state.at;
+    const std::size_t start = state.At();
     const auto number = state.TakeNumber<std::uint32_t>();
     if (number == 0) {
         return Hnd_ktstd_Transient();
     }
-    const std::size_t index = state.objects.size();
+    const std::size_t index = state.objects.Size();
     if (number != index + 1) {
         return state.KnownObject(number, aType, start);
     }
@@ -471,7 +576,7 @@ Hnd_ktstd_Transient ktstd_Archive::ReadObject(const Hnd_ktstd_Type& aType)
     try {
         object->Serialize(*this);
     } catch (...) {
-        state.DropObjects(index);
+        state.objects.Drop(index);
         --state.depth;
         throw;
     }

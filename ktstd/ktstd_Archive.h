@@ -14,6 +14,9 @@
 #include <vector>
 
 class ktstd_AsciiString;
+namespace ktstd_detail {
+struct ArchiveRoom;
+} // namespace ktstd_detail
 
 //! End-of-class marker: the value with which each record of a class ends.
 extern KTSTD_EXPORT const short EOC;
@@ -159,10 +162,12 @@ public:
 
 private:
     class State;
+    friend struct ktstd_detail::ArchiveRoom;
 
     ktstd_Archive(std::vector<unsigned char> aBytes, std::string aSource);
 
     std::unique_ptr<State> mState;
+    ktstd_detail::ArchiveRoom* mRoom; //!< the part of the state that records reach without a call
 };
 
 //! Stores a reference to an object; see ktstd_Archive::WriteObject.

@@ -5,13 +5,21 @@
 
 #include <algorithm>
 #include <array>
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
 
 namespace ktstd_detail {
 namespace {
 
 constexpr std::size_t kFixedHeader = 16; //!< magic, format version, number of class versions
 constexpr std::size_t kTrailer = 32;
+constexpr std::size_t kDirectoryEntry = 21; //!< without the bytes of the class name
 constexpr std::size_t kCheckedTrailer = 20; //!< the part of the trailer under the checksum
+#if defined(__linux__)
+constexpr std::size_t kLargePagesFrom = std::size_t{1} << 25U; //!< never a part of the heap
+constexpr std::uintptr_t kPage = 4096;
+#endif
 constexpr std::array<unsigned char, 8> kEndMark = {'K', 'T', 'A', 'E', 'N', 'D', '\r', '\n'};
 
 using Reason = ktstd_fail_FileIO::Reason;
@@ -178,10 +186,10 @@ void RaiseLoading(const std::string& aSource, const std::string& aWhat, std::siz
     ktstd_fail_FileIO::Raise(text.c_str(), aCode);
 }
 
-void PutName(Bytes& aBytes, const std::string& aName)
+unsigned char* PutName(unsigned char* aTo, const std::string& aName) noexcept
 {
-    Put(aBytes, static_cast<std::uint8_t>(aName.size()));
-    aBytes.insert(aBytes.end(), aName.begin(), aName.end());
+    aTo = Put(aTo, static_cast<std::uint8_t>(aName.size()));
+    return std::copy(aName.begin(), aName.end(), aTo);
 }
 
 std::string Quoted(const std::string& aName)
@@ -199,32 +207,85 @@ std::string Quoted(const std::string& aName)
     return text + "\"";
 }
 
-Bytes BuildArchive(long aFormatVersion, const std::map<std::string, long>& aClassVersions,
-                   const Bytes& aData, const std::vector<ktstd_ArchiveObject>& aObjects)
+void Reserve(Bytes& aBytes, std::size_t aCapacity)
 {
-    Bytes bytes = ArchiveMagic();
-    Put(bytes, static_cast<std::uint32_t>(aFormatVersion));
-    Put(bytes, static_cast<std::uint32_t>(aClassVersions.size()));
+    if (aCapacity <= aBytes.capacity()) {
+        return;
+    }
+    Bytes wider;
+    wider.reserve(aCapacity);
+#if defined(__linux__)
+    if (aCapacity >= kLargePagesFrom) {
+        // Only whole pages that lie inside. Nothing depends on whether the system follows.
+        const auto start = reinterpret_cast<std::uintptr_t>(wider.data());
+        const std::uintptr_t first = (start + kPage - 1) / kPage * kPage;
+        const std::uintptr_t end = (start + aCapacity) / kPage * kPage;
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): an address rounded to a page
+        static_cast<void>(madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE));
+    }
+#endif
+    wider.insert(wider.end(), aBytes.begin(), aBytes.end());
+    aBytes.swap(wider);
+}
+
+std::size_t HeaderSize(const std::map<std::string, long>& aClassVersions) noexcept
+{
+    std::size_t size = kFixedHeader;
     for (const auto& [name, version] : aClassVersions) {
-        PutName(bytes, name);
-        Put(bytes, static_cast<std::uint32_t>(version));
+        size += 1 + name.size() + sizeof(std::uint32_t);
     }
-    const std::uint64_t dataStart = bytes.size();
-    bytes.insert(bytes.end(), aData.begin(), aData.end());
-    const std::uint64_t directory = bytes.size();
-    for (const ktstd_ArchiveObject& object : aObjects) {
-        Put(bytes, static_cast<std::uint32_t>(object.number));
-        PutName(bytes, object.className);
-        Put(bytes, static_cast<std::uint64_t>(dataStart + object.offset));
-        Put(bytes, static_cast<std::uint64_t>(object.length));
+    return size;
+}
+
+Bytes BuildHeader(long aFormatVersion, const std::map<std::string, long>& aClassVersions)
+{
+    Bytes bytes(HeaderSize(aClassVersions));
+    unsigned char* to = std::copy(ArchiveMagic().begin(), ArchiveMagic().end(), bytes.data());
+    to = Put(to, static_cast<std::uint32_t>(aFormatVersion));
+    to = Put(to, static_cast<std::uint32_t>(aClassVersions.size()));
+    for (const auto& [name, version] : aClassVersions) {
+        to = PutName(to, name);
+        to = Put(to, static_cast<std::uint32_t>(version));
     }
-    const std::uint64_t length = bytes.size() + kTrailer;
-    Put(bytes, directory);
-    Put(bytes, static_cast<std::uint32_t>(aObjects.size()));
-    Put(bytes, length);
-    Put(bytes, Checksum(bytes.data(), bytes.size()));
-    bytes.insert(bytes.end(), kEndMark.begin(), kEndMark.end());
     return bytes;
+}
+
+std::size_t CompleteSize(std::size_t aHeader, std::size_t aData,
+                         const std::vector<DirectoryEntry>& aObjects) noexcept
+{
+    std::size_t size = aHeader + aData + kTrailer;
+    for (const DirectoryEntry& object : aObjects) {
+        size += kDirectoryEntry + object.className->size();
+    }
+    return size;
+}
+
+void CompleteArchive(Bytes& aBytes, std::size_t aDataStart, const Bytes& aHeader,
+                     const std::vector<DirectoryEntry>& aObjects) noexcept
+{
+    if (aDataStart < aHeader.size()) {
+        aBytes.insert(aBytes.begin(), aHeader.size() - aDataStart, 0);
+    } else {
+        aBytes.erase(aBytes.begin(),
+                     aBytes.begin() + static_cast<std::ptrdiff_t>(aDataStart - aHeader.size()));
+    }
+    std::copy(aHeader.begin(), aHeader.end(), aBytes.begin());
+
+    const std::uint64_t directory = aBytes.size();
+    aBytes.resize(CompleteSize(aHeader.size(), aBytes.size() - aHeader.size(), aObjects));
+    unsigned char* to = aBytes.data() + directory;
+    std::uint32_t number = 0;
+    for (const DirectoryEntry& object : aObjects) {
+        to = Put(to, ++number);
+        to = PutName(to, *object.className);
+        to = Put(to, static_cast<std::uint64_t>(aHeader.size() + object.offset));
+        to = Put(to, object.length);
+    }
+    to = Put(to, directory);
+    to = Put(to, number);
+    to = Put(to, static_cast<std::uint64_t>(aBytes.size()));
+    to = Put(to, Checksum(aBytes.data(), static_cast<std::size_t>(to - aBytes.data())));
+    std::copy(kEndMark.begin(), kEndMark.end(), to);
 }
 
 ArchiveLayout ParseArchive(const Bytes& aBytes, const std::string& aSource)

@@ -30,13 +30,15 @@ struct ArchiveLayout
 //! Gives the bytes that every archive starts with.
 [[nodiscard]] const Bytes& ArchiveMagic();
 
-//! Appends a number, lowest byte first.
+//! Writes a number, lowest byte first.
+//! @return  the place behind it
 template <class Unsigned>
-void Put(Bytes& aBytes, Unsigned aValue)
+unsigned char* Put(unsigned char* aTo, Unsigned aValue) noexcept
 {
     for (std::size_t i = 0; i < sizeof(Unsigned); ++i) {
-        aBytes.push_back(static_cast<unsigned char>(aValue >> (8 * i)));
+        aTo[i] = static_cast<unsigned char>(aValue >> (8 * i));
     }
+    return aTo + sizeof(Unsigned);
 }
 
 //! Gives a number, lowest byte first.
@@ -51,22 +53,51 @@ template <class Unsigned>
     return value;
 }
 
-//! Appends a class name: its length in 1 byte, then its bytes.
-void PutName(Bytes& aBytes, const std::string& aName);
+//! Writes a class name: its length in 1 byte, then its bytes.
+//! @return  the place behind it
+unsigned char* PutName(unsigned char* aTo, const std::string& aName) noexcept;
 
 //! Gives a class name that was read, for a message: in quotes, each byte that is no printing ASCII
 //! character as its number (\x00), so that no byte ends the text or leaves its line.
 [[nodiscard]] std::string Quoted(const std::string& aName);
 
-//! Puts a complete archive together.
-//! @param aFormatVersion   15 or 16
-//! @param aClassVersions   names of 1 to 255 bytes
-//! @param aData            the data
-//! @param aObjects         directory, with offsets from the start of the data
-[[nodiscard]] Bytes BuildArchive(long aFormatVersion,
-                                 const std::map<std::string, long>& aClassVersions,
-                                 const Bytes& aData,
-                                 const std::vector<ktstd_ArchiveObject>& aObjects);
+//! Takes memory for an archive, when there isn't enough. Where the system has large pages, they are
+//! asked for when the archive is large: touching a page for the first time costs more than filling
+//! it.
+//! @throws std::bad_alloc  nothing has changed
+void Reserve(Bytes& aBytes, std::size_t aCapacity);
+
+//! An object in the directory of an archive that is being stored.
+struct DirectoryEntry
+{
+    const std::string* className; //!< borrowed
+    std::uint64_t offset;         //!< of its content, from the start of the data
+    std::uint64_t length;         //!< of its content
+};
+
+//! Gives the size of what BuildHeader gives.
+[[nodiscard]] std::size_t HeaderSize(const std::map<std::string, long>& aClassVersions) noexcept;
+
+//! Gives what stands before an archive's data.
+//! @param aFormatVersion  15 or 16
+//! @param aClassVersions  names of 1 to 255 bytes
+[[nodiscard]] Bytes BuildHeader(long aFormatVersion,
+                                const std::map<std::string, long>& aClassVersions);
+
+//! Makes an archive complete.
+//! @param aBytes      room for a header, then the data; becomes the archive. Has the capacity for
+//!                    CompleteSize bytes
+//! @param aDataStart  size of that room, which may differ from that of the header
+//! @param aHeader     what BuildHeader gave
+//! @param aObjects    the objects in the order of their numbers
+void CompleteArchive(Bytes& aBytes, std::size_t aDataStart, const Bytes& aHeader,
+                     const std::vector<DirectoryEntry>& aObjects) noexcept;
+
+//! Gives the size of a complete archive.
+//! @param aHeader  size of the header
+//! @param aData    size of the data
+[[nodiscard]] std::size_t CompleteSize(std::size_t aHeader, std::size_t aData,
+                                       const std::vector<DirectoryEntry>& aObjects) noexcept;
 
 //! Checks a complete archive, but for the meaning of its data.
 //! @param aBytes   the archive

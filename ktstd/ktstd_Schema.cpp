@@ -79,17 +79,19 @@ long ktstd_Schema::LastClassVersion(const ktstd_AsciiString& aName)
 
 Hnd_ktstd_Transient ktstd_Schema::Make(const std::string& aName)
 {
-    const auto found = entries().find(aName);
-    if (found == entries().end() || found->second.maker == nullptr) {
-        return Hnd_ktstd_Transient();
-    }
-    return found->second.maker();
+    const Maker maker = MakerOf(aName);
+    return maker != nullptr ? maker() : Hnd_ktstd_Transient();
 }
 
 unsigned char ktstd_Schema::CanMake(const std::string& aName)
 {
+    return MakerOf(aName) != nullptr ? 1 : 0;
+}
+
+ktstd_Schema::Maker ktstd_Schema::MakerOf(std::string_view aName) noexcept
+{
     const auto found = entries().find(aName);
-    return found != entries().end() && found->second.maker != nullptr ? 1 : 0;
+    return found != entries().end() ? found->second.maker : nullptr;
 }
 
 std::map<std::string, long> ktstd_Schema::NewestVersions()

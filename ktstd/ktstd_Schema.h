@@ -7,6 +7,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 
 class ktstd_Archive;
 class ktstd_AsciiString;
@@ -50,6 +51,8 @@ public:
 private:
     friend class ktstd_Archive;
 
+    //! Gives how objects of a class are made; null when they can't be.
+    [[nodiscard]] static Maker MakerOf(std::string_view aName) noexcept;
     //! Tells which archive is being read; null for none.
     static void SetArchiveBeingRead(const ktstd_Archive* aArchive) noexcept
     {

@@ -13,6 +13,7 @@ kt_test(ktmdl_tests
   ktmdl_GoldenArchives_test.cpp
   ktmdl_Pnt3dSeq_test.cpp
   ktmdl_Pnt2d_test.cpp
+  ktmdl_PlainRecords_test.cpp
   ktmdl_Pnt3d_test.cpp
   ktmdl_TopoHSeq_test.cpp
   ktmdl_TopoMap_Model_test.cpp

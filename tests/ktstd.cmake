@@ -3,6 +3,7 @@ kt_test(ktstd_tests
   ktstd_ArchiveDamage_test.cpp
   ktstd_ArchiveFile_test.cpp
   ktstd_ArchiveFormat_test.cpp
+  ktstd_ArchivePlainWriter_test.cpp
   ktstd_ArchiveSweep_test.cpp
   ktstd_Checksum_test.cpp
   ktstd_Collections_test.cpp

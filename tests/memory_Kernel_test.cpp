@@ -131,7 +131,9 @@ struct Storing
     Hnd_ktstd_TransientHSeq first{nestedLists()};
     Hnd_ktstd_TransientHSeq second{nestedLists()};
     ktstd_AsciiString name{kLong};
-    std::string block = std::string(5000, 'b');
+    // Longer than what an archive has room for.
+    std::string block = std::string(20000, 'b');
+    ktstd_AsciiString longText{block.c_str()};
     std::string result;
 };
 
@@ -225,7 +227,7 @@ void addArchives(std::vector<Operation>& aAll)
     // The length that was stored before the text stays.
     aAll.push_back(operation<Storing>(
         "ktstd_ArchiveWriteText", Leaves::PartDone, Tells::ByRaising,
-        [](Storing& s) { s.archive << s.name; }, [](const Storing& s) { return s.State(); }));
+        [](Storing& s) { s.archive << s.longText; }, [](const Storing& s) { return s.State(); }));
 
     const auto load = [&](const std::string& aOperation, Leaves aLeaves, auto aRun) {
         aAll.push_back(operation<Loading>("ktstd_Archive" + aOperation, aLeaves, Tells::ByRaising,
