@@ -6,8 +6,6 @@
 namespace ktstd_detail {
 namespace {
 
-std::size_t sAlive = 0;
-
 #if defined(KTSTD_POOLING)
 
 constexpr std::size_t kGrain = alignof(std::max_align_t);
@@ -25,14 +23,16 @@ struct Link
 //! The blocks of one size.
 struct Blocks
 {
+    std::size_t alive;    //!< blocks that are given out
     Link* free;           //!< blocks that were given back
-    unsigned char* fresh; //!< the part of the newest chunk that was never given out, up to end
+    unsigned char* fresh; //!< the part of the newest chunk in use that was not given out, up to end
     unsigned char* end;
+    Link* first; //!< chunks, oldest first
+    Link* last;  //!< the newest chunk in use; chunks behind it are empty
 };
 
 // Plain data, so that objects with static life can be freed whatever the order of destruction.
 Blocks sBlocks[kLargest / kGrain] = {};
-Link* sChunks = nullptr;
 
 //! Gives the chunks back when the library is unloaded, unless an object lives on.
 struct ChunkRelease
@@ -42,16 +42,16 @@ struct ChunkRelease
     ChunkRelease& operator=(const ChunkRelease&) = delete;
     ~ChunkRelease()
     {
-        if (sAlive != 0) {
+        if (PooledObjects() != 0) {
             return;
         }
         for (Blocks& blocks : sBlocks) {
+            while (blocks.first != nullptr) {
+                Link* const chunk = blocks.first;
+                blocks.first = chunk->next;
+                ::operator delete(chunk);
+            }
             blocks = {};
-        }
-        while (sChunks != nullptr) {
-            Link* const chunk = sChunks;
-            sChunks = chunk->next;
-            ::operator delete(chunk);
         }
     }
 };
@@ -72,18 +72,26 @@ constexpr std::size_t blockSizeOf(std::size_t aSize) noexcept
     return (aSize + kGrain - 1) / kGrain * kGrain;
 }
 
-//! Gives the first block of a new chunk, whose rest becomes the fresh part.
-void* refill(Blocks& aBlocks, std::size_t aBlockSize)
+//! Makes a chunk the newest one in use.
+void startChunk(Blocks& aBlocks, Link* aChunk) noexcept
 {
-    auto* const memory = static_cast<unsigned char*>(::operator new(kChunkBytes));
-    sChunks = ::new (memory) Link{sChunks};
     // The first block begins a line, so that small blocks lie in one line each.
-    const auto address = reinterpret_cast<std::uintptr_t>(memory) + sizeof(Link);
+    const auto address = reinterpret_cast<std::uintptr_t>(aChunk) + sizeof(Link);
     const std::size_t head = sizeof(Link) + (kLine - address % kLine) % kLine;
-    unsigned char* const first = memory + head;
-    aBlocks.fresh = first + aBlockSize;
-    aBlocks.end = first + (kChunkBytes - head) / aBlockSize * aBlockSize;
-    return first;
+    auto* const memory = reinterpret_cast<unsigned char*>(aChunk);
+    aBlocks.last = aChunk;
+    aBlocks.fresh = memory + head;
+    aBlocks.end = memory + kChunkBytes;
+}
+
+//! Starts the chunk behind the newest one in use.
+void refill(Blocks& aBlocks)
+{
+    Link*& next = aBlocks.last != nullptr ? aBlocks.last->next : aBlocks.first;
+    if (next == nullptr) {
+        next = ::new (::operator new(kChunkBytes)) Link{nullptr};
+    }
+    startChunk(aBlocks, next);
 }
 
 #endif
@@ -98,13 +106,15 @@ void* AllocatePooled(std::size_t aSize)
         void* block = blocks.free;
         if (block != nullptr) {
             blocks.free = blocks.free->next;
-        } else if (blocks.fresh != blocks.end) {
-            block = blocks.fresh;
-            blocks.fresh += blockSizeOf(aSize);
         } else {
-            block = refill(blocks, blockSizeOf(aSize));
+            const std::size_t size = blockSizeOf(aSize);
+            if (static_cast<std::size_t>(blocks.end - blocks.fresh) < size) {
+                refill(blocks);
+            }
+            block = blocks.fresh;
+            blocks.fresh += size;
         }
-        ++sAlive;
+        ++blocks.alive;
         return block;
     }
 #endif
@@ -115,9 +125,13 @@ void FreePooled(void* aMemory, [[maybe_unused]] std::size_t aSize) noexcept
 {
 #if defined(KTSTD_POOLING)
     if (aMemory != nullptr && isPooled(aSize)) {
-        Link*& list = blocksOf(aSize).free;
-        list = ::new (aMemory) Link{list};
-        --sAlive;
+        Blocks& blocks = blocksOf(aSize);
+        blocks.free = ::new (aMemory) Link{blocks.free};
+        if (--blocks.alive == 0) {
+            // In order again: what is made together lies together.
+            blocks.free = nullptr;
+            startChunk(blocks, blocks.first);
+        }
         return;
     }
 #endif
@@ -126,7 +140,13 @@ void FreePooled(void* aMemory, [[maybe_unused]] std::size_t aSize) noexcept
 
 std::size_t PooledObjects() noexcept
 {
-    return sAlive;
+    std::size_t alive = 0;
+#if defined(KTSTD_POOLING)
+    for (const Blocks& blocks : sBlocks) {
+        alive += blocks.alive;
+    }
+#endif
+    return alive;
 }
 
 } // namespace ktstd_detail

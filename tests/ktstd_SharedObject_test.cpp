@@ -161,6 +161,27 @@ TEST(ktstd_Pool, SmallBlocksDoNotCrossLines)
     }
 }
 
+TEST(ktstd_Pool, BlocksLieInOrderAgainWhenAllWereFreed)
+{
+    constexpr std::size_t kSize = 240; // of a class that nothing else in this program has
+    const auto take = [] {
+        std::vector<void*> blocks(500); // several chunks
+        for (void*& block : blocks) {
+            block = AllocatePooled(kSize);
+        }
+        return blocks;
+    };
+    const std::vector<void*> blocks = take();
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        FreePooled(blocks[i * 7 % blocks.size()], kSize);
+    }
+    const std::vector<void*> again = take();
+    EXPECT_EQ(again, blocks);
+    for (void* const block : again) {
+        FreePooled(block, kSize);
+    }
+}
+
 TEST(ktstd_Pool, NullIsFreedWithoutEffect)
 {
     const std::size_t before = PooledObjects();
