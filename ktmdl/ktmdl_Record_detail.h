@@ -33,7 +33,7 @@ struct RecordClass
         return archive == &aArchive && epoch == ktstd_Schema::Epoch();
     }
 
-    const char* name;
+    const char* name{nullptr};
     const ktstd_Archive* archive{nullptr};
     unsigned long long epoch{0}; //!< of the schema then
 };

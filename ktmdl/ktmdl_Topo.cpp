@@ -214,7 +214,8 @@ __m128i hashOfEights(__m128i aBytes) noexcept
 std::uint32_t hashOfRuns(long& aSize, const unsigned char*& aKey) noexcept
 {
     constexpr std::uint32_t kFiveTo8 = 390625;
-    const __m128i fiveTo16 = _mm_set1_epi64x(kFiveTo8 * kFiveTo8); // modulo 2^32, as the hash
+    constexpr std::uint32_t kFiveTo16 = kFiveTo8 * kFiveTo8; // modulo 2^32, as the hash
+    const __m128i fiveTo16 = _mm_set1_epi64x(kFiveTo16);
     __m128i halves = _mm_setzero_si128();
     if (aSize >= 8 && (aSize & 8) != 0) {
         // An odd run goes first, behind zeros: they leave a hash at 0.

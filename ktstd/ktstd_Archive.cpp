@@ -151,8 +151,8 @@ public:
         // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): bytes as characters
         return std::string_view(reinterpret_cast<const char*>(Take(length)), length);
     }
-    Hnd_ktstd_Transient KnownObject(std::uint32_t aNumber, const Hnd_ktstd_Type& aType,
-                                    std::size_t aOffset) const;
+    [[nodiscard]] Hnd_ktstd_Transient
+    KnownObject(std::uint32_t aNumber, const Hnd_ktstd_Type& aType, std::size_t aOffset) const;
     Hnd_ktstd_Transient NewObject(const Hnd_ktstd_Type& aType, std::size_t aOffset);
     void CheckKind(const Hnd_ktstd_Transient& aObject, const Hnd_ktstd_Type& aType,
                    std::size_t aOffset) const;
