@@ -8,11 +8,9 @@
 
 namespace ktmdl_detail {
 
-bool BeginRecordAnew(ktstd_Archive& aArchive, RecordClass& aClass)
+void CheckClassVersion(const ktstd_Archive& aArchive, RecordClass& aClass)
 {
-    if (aArchive.IsStoring() != 0) {
-        return true;
-    }
+    static_cast<void>(aArchive.IsStoring()); // who asks a loading archive is reading it
     const ktstd_AsciiString name(aClass.name);
     const long version = ktstd_Schema::ClassVersion(name);
     if (version < 0 || version > ktstd_Schema::LastClassVersion(name)) {
@@ -22,7 +20,6 @@ bool BeginRecordAnew(ktstd_Archive& aArchive, RecordClass& aClass)
     }
     aClass.archive = &aArchive;
     aClass.epoch = ktstd_Schema::Epoch();
-    return false;
 }
 
 void EndRecordAnew(ktstd_Archive& aArchive, const RecordClass& aClass)

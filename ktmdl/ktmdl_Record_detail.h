@@ -38,8 +38,9 @@ struct RecordClass
     unsigned long long epoch{0}; //!< of the schema then
 };
 
-//! Does what BeginRecord promises where it needs to look things up.
-bool BeginRecordAnew(ktstd_Archive& aArchive, RecordClass& aClass);
+//! Looks the version of a class up in a loading archive, and notes that it is good.
+//! @throws ktstd_fail_FileIO  code 16: the version is negative or above the newest one known
+void CheckClassVersion(const ktstd_Archive& aArchive, RecordClass& aClass);
 //! Does what EndRecord promises for any archive.
 void EndRecordAnew(ktstd_Archive& aArchive, const RecordClass& aClass);
 
@@ -48,8 +49,13 @@ void EndRecordAnew(ktstd_Archive& aArchive, const RecordClass& aClass);
 //! @throws ktstd_fail_FileIO  code 16: the version is negative or above the newest one known
 inline bool BeginRecord(ktstd_Archive& aArchive, RecordClass& aClass)
 {
-    return ktstd_detail::ArchiveRoom::Of(aArchive).isStoring ||
-           (!aClass.IsGoodIn(aArchive) && BeginRecordAnew(aArchive, aClass));
+    if (ktstd_detail::ArchiveRoom::Of(aArchive).isStoring) {
+        return true;
+    }
+    if (!aClass.IsGoodIn(aArchive)) {
+        CheckClassVersion(aArchive, aClass);
+    }
+    return false;
 }
 
 //! Writes the end marker of a record, or reads and checks it. In archives before format 16 none is
