@@ -174,6 +174,11 @@ public:
                 line["bytes"] = aRow.ours.bytes;
                 line["peer_bytes"] = peer.bytes;
             }
+            if (aRow.bytesRead > 0.0) {
+                const double perSecond = benchmark::CPUInfo::Get().cycles_per_second;
+                line["bytes_per_cycle"] = aRow.bytesRead / (ours * perSecond);
+                line["peer_bytes_per_cycle"] = aRow.bytesRead / (theirs * perSecond);
+            }
             mLines.push_back(line);
             char aim[16] = "";
             if (peer.aim > 0.0) {
@@ -182,6 +187,11 @@ public:
             std::printf("%-34s %9ld %12s  %-22s %12s %8.2f %6s\n", aRow.name.c_str(), aRow.size,
                         readable(ours).c_str(), peer.name.c_str(), readable(theirs).c_str(), ratio,
                         aim);
+            if (aRow.bytesRead > 0.0) {
+                std::printf("%-34s %9s %12.2f  %-22s %12.2f\n", "  bytes per cycle", "",
+                            mLines.back()["bytes_per_cycle"].get<double>(), "",
+                            mLines.back()["peer_bytes_per_cycle"].get<double>());
+            }
         }
         std::fflush(stdout);
     }

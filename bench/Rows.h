@@ -41,6 +41,7 @@ struct Row
     //! @return  what differs; empty when nothing does
     std::function<std::string()> check;
     long repeats{1}; //!< how often one pass does the work, where once would be too short to time
+    double bytesRead{0.0}; //!< bytes that a pass goes through, to be told per cycle; 0: not told
 };
 
 //! Puts a row at the end of the table.
