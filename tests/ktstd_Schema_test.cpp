@@ -58,6 +58,14 @@ TEST(ktstd_Schema, ClassThatTheArchiveDoesNotListHasANegativeVersion)
     EXPECT_LT(ktstd_Schema::ClassVersion("Stranger"), 0);
 }
 
+TEST(ktstd_Schema, ClassWithAMakerIsMade)
+{
+    EXPECT_EQ(ktstd_Schema::CanMake("TestShared"), 1);
+    EXPECT_STREQ(ktstd_Schema::Make("TestShared")->DynamicType()->Name(), "TestShared");
+    EXPECT_EQ(ktstd_Schema::CanMake("Stranger"), 0);
+    EXPECT_NE(ktstd_Schema::Make("Stranger").IsNull(), 0);
+}
+
 TEST(ktstd_Schema, ClassWithoutMakerHasAVersionButIsNotMade)
 {
     EXPECT_EQ(ktstd_Schema::Register("Unmade", 2, nullptr), 1);
