@@ -263,12 +263,8 @@ std::size_t CompleteSize(std::size_t aHeader, std::size_t aData,
 void CompleteArchive(Bytes& aBytes, std::size_t aDataStart, const Bytes& aHeader,
                      const std::vector<DirectoryEntry>& aObjects) noexcept
 {
-    if (aDataStart < aHeader.size()) {
-        aBytes.insert(aBytes.begin(), aHeader.size() - aDataStart, 0);
-    } else {
-        aBytes.erase(aBytes.begin(),
-                     aBytes.begin() + static_cast<std::ptrdiff_t>(aDataStart - aHeader.size()));
-    }
+    // Classes may have been noted since the room was made; none is ever dropped.
+    aBytes.insert(aBytes.begin(), aHeader.size() - aDataStart, 0);
     std::copy(aHeader.begin(), aHeader.end(), aBytes.begin());
 
     const std::uint64_t directory = aBytes.size();

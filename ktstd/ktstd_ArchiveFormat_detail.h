@@ -87,7 +87,7 @@ struct DirectoryEntry
 //! Makes an archive complete.
 //! @param aBytes      room for a header, then the data; becomes the archive. Has the capacity for
 //!                    CompleteSize bytes
-//! @param aDataStart  size of that room, which may differ from that of the header
+//! @param aDataStart  size of that room, at most that of the header
 //! @param aHeader     what BuildHeader gave
 //! @param aObjects    the objects in the order of their numbers
 void CompleteArchive(Bytes& aBytes, std::size_t aDataStart, const Bytes& aHeader,
