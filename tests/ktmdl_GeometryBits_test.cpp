@@ -259,6 +259,19 @@ class ktmdl_GeometryBits : public testing::TestWithParam<Numbers::Kind>
 protected:
     static constexpr int kTimes = 20000;
 
+    //! Transforms triples of a kind beside their plain steps.
+    template <class Value, class Steps>
+    void CheckTransform(Steps aSteps)
+    {
+        for (int i = 0; i < kTimes; ++i) {
+            const ktmdl_Trsf3d trsf = anyTrsf(mNumbers);
+            const Triple from = anyTriple(mNumbers);
+            Value value(from.data());
+            value.Transform(trsf);
+            ASSERT_TRUE(isSame(value, aSteps(from, trsf.mMatrix))) << i;
+        }
+    }
+
     Numbers mNumbers{GetParam()};
 };
 
@@ -266,24 +279,12 @@ protected:
 
 TEST_P(ktmdl_GeometryBits, TransformOfAPoint)
 {
-    for (int i = 0; i < kTimes; ++i) {
-        const ktmdl_Trsf3d trsf = anyTrsf(mNumbers);
-        const Triple from = anyTriple(mNumbers);
-        ktmdl_Pnt3d point(from.data());
-        point.Transform(trsf);
-        ASSERT_TRUE(isSame(point, moved(from, trsf.mMatrix))) << i;
-    }
+    CheckTransform<ktmdl_Pnt3d>([](const Triple& from, const Matrix& m) { return moved(from, m); });
 }
 
 TEST_P(ktmdl_GeometryBits, TransformOfAVector)
 {
-    for (int i = 0; i < kTimes; ++i) {
-        const ktmdl_Trsf3d trsf = anyTrsf(mNumbers);
-        const Triple from = anyTriple(mNumbers);
-        ktmdl_Vec3d vector(from.data());
-        vector.Transform(trsf);
-        ASSERT_TRUE(isSame(vector, turned(from, trsf.mMatrix))) << i;
-    }
+    CheckTransform<ktmdl_Vec3d>(turned);
 }
 
 TEST_P(ktmdl_GeometryBits, TransformOfABox)
