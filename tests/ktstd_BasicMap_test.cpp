@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <random>
 #include <type_traits>
 #include <vector>
 
@@ -201,6 +202,24 @@ TEST(ktstd_MapIntegerHasher, HashIsTheFinishingStepOfMurmurHash3)
     EXPECT_EQ(ktstd_MapIntegerHasher::HashCode(0, kBound), 0);
     EXPECT_EQ(ktstd_MapIntegerHasher::HashCode(1, kBound), 0x514E28B7);
     EXPECT_EQ(ktstd_MapIntegerHasher::HashCode(-1, kBound), 0x01F16F39);
+}
+
+TEST(ktstd_MapIntegerHasher, HashIsTheRemainderWhateverTheBound)
+{
+    std::mt19937 random(1);
+    for (int i = 0; i < 20000; ++i) {
+        const auto key = static_cast<std::uint32_t>(random());
+        std::uint32_t spread = key;
+        spread = (spread ^ (spread >> 16)) * 0x85EBCA6BU;
+        spread = (spread ^ (spread >> 13)) * 0xC2B2AE35U;
+        spread ^= spread >> 16;
+        const long bound =
+            i % 2 == 0 ? (1L << (random() % 30)) - 1 : static_cast<long>(random() % 1000000);
+        EXPECT_EQ(ktstd_MapIntegerHasher::HashCode(
+                      static_cast<long>(static_cast<std::int32_t>(key)), bound),
+                  static_cast<long>(spread % (static_cast<std::uint32_t>(bound) + 1)))
+            << key << ", " << bound;
+    }
 }
 
 TEST(ktstd_MapIntegerHasher, ExtremeKeysHashLikeAllOthers)
